@@ -1,0 +1,105 @@
+// Every kernel once, and the table that binds them to the colour-space ids.
+#pragma once
+
+#include <cstdint>
+
+#include "Common/converter.h"
+#include "Common/kernels/lab_records.h"
+#include "Common/kernels/print.h"
+#include "Common/kernels/row_frame.h"
+
+namespace zv {
+
+// The common form: pixels, size, bytes after each row, hub byte order (not 0: red first). The result is 1,
+// ERR_INVALID_PARAMETER when a buffer cannot be reached, or what is said here.
+
+ZV_KERNEL(ClrYuvFromHub);
+ZV_KERNEL(ClrYuvToHub);
+ZV_KERNEL(ClrYiqFromHub);
+ZV_KERNEL(ClrYiqToHub);
+ZV_KERNEL(ClrYcbcrFromHub);
+ZV_KERNEL(ClrYcbcrToHub);
+
+ZV_KERNEL(ClrCmyFromHub);
+ZV_KERNEL(ClrCmyToHub);
+int32_t ClrCmykFromHub(const uint8_t* source, uint8_t* destination, int32_t width, int32_t height,
+                       int32_t sourceRowExtra, int32_t destinationRowExtra, int32_t gcrLevel,
+                       int32_t rgbFirst) noexcept;
+int32_t ClrCmykToHub(const uint8_t* source, uint8_t* destination, int32_t width, int32_t height, int32_t sourceRowExtra,
+                     int32_t destinationRowExtra, int32_t gcrLevel, int32_t rgbFirst) noexcept;
+
+/// Works on the source's byte order as it stands: C comes from byte 0. With a converter of the built-in or the ICC
+/// method the converter's own tables are used, which exist only for a YCCK source: nothing is written without them.
+int32_t ClrYcckFromHub(const ClrHandle* converter, const uint8_t* source, uint8_t* destination, int32_t width,
+                       int32_t height, int32_t sourceRowExtra, int32_t destinationRowExtra) noexcept;
+/// 1 without a converter; the transform's result with the ICC method; 0 with any other, also after a written image.
+int32_t ClrYcckToHub(const ClrHandle* converter, const uint8_t* source, uint8_t* destination, int32_t width,
+                     int32_t height, int32_t sourceRowExtra, int32_t destinationRowExtra, int32_t rgbFirst) noexcept;
+/// From a packed CMYK buffer; nothing but nulls is checked.
+int32_t ClrCmykToYcck(const ClrYcckTables* tables, const uint8_t* source, uint8_t* destination, int32_t width,
+                      int32_t height, int32_t destinationRowExtra) noexcept;
+/// Into a packed CMYK buffer; nothing but nulls is checked.
+int32_t ClrYcckToCmyk(const ClrYcckTables* tables, const uint8_t* source, uint8_t* destination, int32_t width,
+                      int32_t height, int32_t sourceRowExtra) noexcept;
+
+ZV_KERNEL(ClrXyzFromHub);
+ZV_KERNEL(ClrXyzToHub);
+ZV_KERNEL(ClrLabFromHub);
+ZV_KERNEL(ClrLabToHub);
+/// The parameterised route checks nothing but nulls: the frame has checked the buffers.
+int32_t ClrLabParamsFromHub(const ClrLabEncodeRecord* record, const uint8_t* source, uint8_t* destination,
+                            int32_t width, int32_t height, int32_t sourceRowExtra, int32_t destinationRowExtra,
+                            int32_t rgbFirst) noexcept;
+int32_t ClrLabParamsToHub(const ClrLabDecodeRecord* record, const uint8_t* source, uint8_t* destination, int32_t width,
+                          int32_t height, int32_t sourceRowExtra, int32_t destinationRowExtra,
+                          int32_t rgbFirst) noexcept;
+
+ZV_KERNEL(ClrHsvFromHub);
+ZV_KERNEL(ClrHsvToHub);
+ZV_KERNEL(ClrHlsFromHub);
+/// ERR_BAD_TAG at the first pixel that has a hue and no saturation; the pixels before it are written.
+ZV_KERNEL(ClrHlsToHub);
+ZV_KERNEL(ClrHsiFromHub);
+ZV_KERNEL(ClrHsiToHub);
+
+// ERR_WIDTH_MULTIPLE and ERR_YVU9_SIZE go before the checks of the buffers.
+ZV_KERNEL(ClrYuy2FromHub);
+ZV_KERNEL(ClrYuy2ToHub);
+ZV_KERNEL(ClrUyvyFromHub);
+ZV_KERNEL(ClrUyvyToHub);
+ZV_KERNEL(ClrY41pFromHub);
+ZV_KERNEL(ClrY41pToHub);
+int32_t ClrYvu9FromHub(const uint8_t* source, uint8_t* destination, int32_t width, int32_t height,
+                       int32_t sourceRowExtra, int32_t rgbFirst) noexcept;
+int32_t ClrYvu9ToHub(const uint8_t* source, uint8_t* destination, int32_t width, int32_t height,
+                     int32_t destinationRowExtra, int32_t rgbFirst) noexcept;
+ZV_KERNEL(ClrRgb444FromHub);
+ZV_KERNEL(ClrRgb444ToHub);
+/// Any layout that a record describes; always writes B, G, R. ERR_BAD_POINTER for the source, and the codes of
+/// ClrYuvParams.
+int32_t ClrYuvParamsToHub(const uint8_t* source, uint8_t* destination, int32_t width, int32_t height,
+                          int32_t sourceRowExtra, int32_t destinationRowExtra, const ClrYuvParams* params) noexcept;
+
+/// Byte 0 from byte 2, byte 1 from byte 1, byte 2 from byte 0: between the two hubs, either way.
+int32_t ClrHubSwap(const uint8_t* source, uint8_t* destination, int32_t width, int32_t height, int32_t sourceRowExtra,
+                   int32_t destinationRowExtra) noexcept;
+
+using ClrKernel = int32_t (*)(const uint8_t* source, uint8_t* destination, int32_t width, int32_t height,
+                              int32_t sourceRowExtra, int32_t destinationRowExtra, int32_t rgbFirst) noexcept;
+
+/// A space's two kernels, without any converter: default black generation, no records.
+struct ClrKernelPair {
+    int32_t space;
+    const char* fromHubName;
+    ClrKernel fromHub;
+    const char* toHubName;
+    ClrKernel toHub;
+};
+
+inline constexpr int32_t kKernelPairCount = 16;
+extern const ClrKernelPair kKernelPairs[kKernelPairCount];
+
+/// The entry of a space, or null for the hubs and for what is no space.
+const ClrKernelPair* FindKernelPair(int32_t space) noexcept;
+
+}  // namespace zv

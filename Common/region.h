@@ -1,0 +1,47 @@
+// Sizes of the caller's buffer regions and the probes of them.
+#pragma once
+
+#include <cstdint>
+
+#include "host/platform.h"
+
+namespace zv {
+
+/// A padding below 1 counts as none.
+constexpr int32_t ClampExtra(int32_t rowExtra) noexcept { return rowExtra < 1 ? 0 : rowExtra; }
+
+/// A region's size as the true 64-bit number. The interface's sizes are signed 32-bit products: a size that does not
+/// fit there belongs to no region, and its probe fails.
+class RegionSize {
+public:
+    constexpr RegionSize(int64_t bytes) noexcept : bytes_(bytes) {}  // NOLINT: numbers are sizes
+    static constexpr RegionSize None() noexcept { return RegionSize(INT64_MAX); }
+
+    constexpr bool Fits() const noexcept { return bytes_ >= INT32_MIN && bytes_ <= INT32_MAX; }
+    constexpr int64_t Bytes() const noexcept { return bytes_; }
+
+    friend constexpr RegionSize operator+(RegionSize a, RegionSize b) noexcept {
+        int64_t sum = 0;
+        return __builtin_add_overflow(a.bytes_, b.bytes_, &sum) ? None() : RegionSize(sum);
+    }
+    friend constexpr RegionSize operator*(RegionSize a, RegionSize b) noexcept {
+        int64_t product = 0;
+        return __builtin_mul_overflow(a.bytes_, b.bytes_, &product) ? None() : RegionSize(product);
+    }
+
+private:
+    int64_t bytes_;
+};
+
+/// An empty region can always be read and written: nothing in it will be touched.
+inline bool CanRead(const void* address, RegionSize size) noexcept {
+    if (!size.Fits()) return false;
+    return size.Bytes() <= 0 || !IsBadReadPtr(address, static_cast<size_t>(size.Bytes()));
+}
+
+inline bool CanWrite(void* address, RegionSize size) noexcept {
+    if (!size.Fits()) return false;
+    return size.Bytes() <= 0 || !IsBadWritePtr(address, static_cast<size_t>(size.Bytes()));
+}
+
+}  // namespace zv

@@ -1,0 +1,57 @@
+// What happens when the library is loaded and unloaded, and where its resources are looked up.
+#include "Common/zvclr/frame.h"
+#include "host/entry.h"
+#include "host/platform.h"
+
+namespace zv {
+
+namespace {
+
+// Constant-initialised: the library works before its own constructors have run.
+constinit HMODULE resourceModule = nullptr;
+constinit int32_t attachCount = 0;
+constinit bool guardReady = false;
+CRITICAL_SECTION guard;
+
+}  // namespace
+
+ClrResource FindClrResource(const ZvChar* type, uint16_t id) noexcept {
+    const HRSRC found = FindResourceW(resourceModule, MAKEINTRESOURCEW(id), type);
+    if (found == nullptr) return {nullptr, 0};
+    const HGLOBAL loaded = LoadResource(resourceModule, found);
+    const void* data = loaded == nullptr ? nullptr : LockResource(loaded);
+    if (data == nullptr) return {nullptr, 0};
+    return {static_cast<const uint8_t*>(data), SizeofResource(resourceModule, found)};
+}
+
+}  // namespace zv
+
+using namespace zv;
+
+// ClrGlobalYcckTables and ClrGcrSquares are constants of the program: there is nothing to fill at attach.
+void ClrProcessAttach(void* module) noexcept {
+    resourceModule = static_cast<HMODULE>(module);
+    // The loader serialises attach and detach; only a second attach finds the guard in use.
+    if (!guardReady) {
+        InitializeCriticalSection(&guard);
+        guardReady = true;
+    }
+    EnterCriticalSection(&guard);
+    ++attachCount;
+    LeaveCriticalSection(&guard);
+}
+
+void ClrProcessDetach() noexcept {
+    if (!guardReady) return;
+    EnterCriticalSection(&guard);
+    --attachCount;
+    const bool last = attachCount < 1;
+    if (last) ReleaseAllConverters();
+    LeaveCriticalSection(&guard);
+    if (last) {
+        DeleteCriticalSection(&guard);
+        guardReady = false;
+    }
+}
+
+void SetResModule(void* module) { resourceModule = static_cast<HMODULE>(module); }

@@ -1,0 +1,171 @@
+#include "Common/kernels/kernels.h"
+#include "Common/zvclr/frame.h"
+#include "host/host.h"
+
+namespace zv {
+
+namespace {
+
+/// The packed rows and the padding between them: none is asked for behind the last row.
+RegionSize ImageRegion(int32_t space, const ClrImage& image, int32_t rowExtra) noexcept {
+    return ClrRowBytes(space, image.width) * image.height +
+           RegionSize(ClampExtra(rowExtra)) * (int64_t{image.height} - 1);
+}
+
+struct SpacePair {
+    int32_t source;
+    int32_t destination;
+};
+
+/// The ids of what may be a converter. Memory that is no live converter's is read the careful way.
+bool ReadSpaces(const ClrHandle* converter, bool live, SpacePair* spaces) noexcept {
+    if (live) {
+        *spaces = {converter->sourceSpace, converter->destinationSpace};
+        return true;
+    }
+    static_assert(offsetof(ClrHandle, destinationSpace) == offsetof(ClrHandle, sourceSpace) + sizeof(int32_t));
+    const auto* fields = reinterpret_cast<const uint8_t*>(converter) + offsetof(ClrHandle, sourceSpace);
+    return ZvPeekMemory(spaces, fields, sizeof *spaces);
+}
+
+int32_t GcrLevelOf(const ClrHandle& converter) noexcept {
+    return converter.cmykParams != nullptr ? converter.cmykParams->gcrLevel : kDefaultGcrLevel;
+}
+
+/// Built-in method, source to hub: the converter's records go before the plain kernel.
+int32_t BuiltinToHub(const ClrHandle& converter, const ClrImage& i) noexcept {
+    if (!ClrIsHub(converter.destinationSpace)) return CLR_SUCCESS;
+    const int32_t rgbFirst = converter.destinationSpace == CLRSPACE_RGB ? 1 : 0;
+    switch (converter.sourceSpace) {
+        case CLRSPACE_YUV:
+            if (converter.yuvParams == nullptr) break;
+            return ClrYuvParamsToHub(i.source, i.destination, i.width, i.height, i.sourceRowExtra,
+                                     i.destinationRowExtra, converter.yuvParams);
+        case CLRSPACE_CMYK:
+            return ClrCmykToHub(i.source, i.destination, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra,
+                                GcrLevelOf(converter), rgbFirst);
+        case CLRSPACE_LAB:
+            if (converter.labDecode == nullptr) break;
+            return ClrLabParamsToHub(converter.labDecode, i.source, i.destination, i.width, i.height, i.sourceRowExtra,
+                                     i.destinationRowExtra, rgbFirst);
+        case CLRSPACE_YCCK:
+            return ClrYcckToHub(&converter, i.source, i.destination, i.width, i.height, i.sourceRowExtra,
+                                i.destinationRowExtra, rgbFirst);
+        case CLRSPACE_RGB444:
+            return ClrRgb444ToHub(i.source, i.destination, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra,
+                                  0);  // blue first on either hub
+        default:
+            break;
+    }
+    const ClrKernelPair* pair = FindKernelPair(converter.sourceSpace);
+    if (pair == nullptr) return CLR_SUCCESS;
+    return pair->toHub(i.source, i.destination, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra, rgbFirst);
+}
+
+/// Built-in method, hub to destination.
+int32_t BuiltinFromHub(const ClrHandle& converter, const ClrImage& i) noexcept {
+    const int32_t rgbFirst = converter.sourceSpace == CLRSPACE_RGB ? 1 : 0;
+    switch (converter.destinationSpace) {
+        case CLRSPACE_RGB:
+        case CLRSPACE_BGR:
+            return ClrHubSwap(i.source, i.destination, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra);
+        case CLRSPACE_CMYK:
+            return ClrCmykFromHub(i.source, i.destination, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra,
+                                  GcrLevelOf(converter), rgbFirst);
+        case CLRSPACE_LAB:
+            if (converter.labEncode == nullptr) break;
+            return ClrLabParamsFromHub(converter.labEncode, i.source, i.destination, i.width, i.height,
+                                       i.sourceRowExtra, i.destinationRowExtra, 0);  // blue first on either hub
+        case CLRSPACE_YCCK:
+            return ClrYcckFromHub(&converter, i.source, i.destination, i.width, i.height, i.sourceRowExtra,
+                                  i.destinationRowExtra);
+        default:
+            break;
+    }
+    const ClrKernelPair* pair = FindKernelPair(converter.destinationSpace);
+    if (pair == nullptr) return CLR_SUCCESS;
+    return pair->fromHub(i.source, i.destination, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra, rgbFirst);
+}
+
+int32_t ConvertByMethod(const ClrHandle& converter, const ClrImage& image) noexcept {
+    switch (converter.activeMethod) {
+        case CLRMETHOD_BUILTIN:
+            return ClrIsHub(converter.sourceSpace) ? BuiltinFromHub(converter, image) : BuiltinToHub(converter, image);
+        case CLRMETHOD_ICC:
+        case CLRMETHOD_CUSTOM_ICC:
+            return ConvertByProfile(converter, image);
+        case CLRMETHOD_EMULATION:
+        case CLRMETHOD_CUSTOM_EMULATION:
+            return CLR_SUCCESS;  // a pair without a table converts to nothing
+        default:
+            return ERR_METHOD_UNAVAILABLE;
+    }
+}
+
+int32_t Convert(const ClrHandle* converter, const ClrImage& image) noexcept {
+    if (image.source == nullptr || converter == nullptr || image.destination == nullptr || image.width < 1 ||
+        image.height < 1 || image.sourceRowExtra < 0 || image.destinationRowExtra < 0) {
+        return ERR_INVALID_PARAMETER;
+    }
+    if (IsBadReadPtr(converter, kConverterSize)) return ERR_BAD_POINTER;
+    const int32_t valid = Zv_ClrIsValid(converter);
+    SpacePair spaces{};
+    if (!ReadSpaces(converter, valid == CLR_SUCCESS, &spaces)) return ERR_BAD_POINTER;
+    if (!CanRead(image.source, ImageRegion(spaces.source, image, image.sourceRowExtra)) ||
+        !CanWrite(image.destination, ImageRegion(spaces.destination, image, image.destinationRowExtra))) {
+        return ERR_BAD_POINTER;
+    }
+    if (valid != CLR_SUCCESS) return valid;
+
+    const bool sameSpace = spaces.source == spaces.destination;
+    if (sameSpace && image.source == image.destination && image.sourceRowExtra != image.destinationRowExtra) {
+        return ERR_SAME_BUFFER;
+    }
+    if (sameSpace && converter->activeMethod != CLRMETHOD_CUSTOM_ICC) {
+        CopyRows(image, static_cast<size_t>(ClrRowBytes(spaces.source, image.width).Bytes()));
+        return CLR_SUCCESS;
+    }
+    if (converter->route == kRouteThroughHub) {
+        // Whatever it says, 1 goes to the caller.
+        Zv_ClrConvertDirect(spaces.source, spaces.destination, image.source, image.destination, image.width,
+                            image.height, image.sourceRowExtra, image.destinationRowExtra);
+        return CLR_SUCCESS;
+    }
+    return ConvertByMethod(*converter, image);
+}
+
+}  // namespace
+
+void CopyRows(const ClrImage& image, size_t rowBytes) noexcept {
+    if (image.sourceRowExtra < 2 && image.destinationRowExtra < 2) {
+        HostMove(image.destination, image.source, rowBytes * static_cast<size_t>(image.height));
+        return;
+    }
+    const uint8_t* from = image.source;
+    uint8_t* to = image.destination;
+    for (int32_t row = 0; row < image.height; ++row) {
+        HostMove(to, from, rowBytes);
+        from += ClampExtra(image.sourceRowExtra);
+        to += ClampExtra(image.destinationRowExtra);
+    }
+}
+
+int32_t ConvertByProfile(const ClrHandle& converter, const ClrImage& i) noexcept {
+    if (converter.sourceSpace == CLRSPACE_YCCK) {
+        return ClrYcckToHub(&converter, i.source, i.destination, i.width, i.height, i.sourceRowExtra,
+                            i.destinationRowExtra, converter.destinationSpace == CLRSPACE_RGB ? 1 : 0);
+    }
+    if (converter.destinationSpace == CLRSPACE_YCCK) {
+        return ClrYcckFromHub(&converter, i.source, i.destination, i.width, i.height, i.sourceRowExtra,
+                              i.destinationRowExtra);
+    }
+    return ERR_INVALID_PARAMETER;  // no transform is stored
+}
+
+}  // namespace zv
+
+int32_t Zv_ClrConvert(const ClrHandle* converter, const void* source, void* destination, int32_t width, int32_t height,
+                      int32_t sourceRowExtra, int32_t destinationRowExtra) {
+    return zv::Convert(converter, {static_cast<const uint8_t*>(source), static_cast<uint8_t*>(destination), width,
+                                   height, sourceRowExtra, destinationRowExtra});
+}

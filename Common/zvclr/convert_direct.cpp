@@ -1,0 +1,107 @@
+#include <algorithm>
+
+#include "Common/kernels/kernels.h"
+#include "Common/kernels/subsampled.h"
+#include "Common/memory.h"
+#include "Common/zvclr/frame.h"
+#include "host/host.h"
+
+namespace zv {
+
+namespace {
+
+constexpr ZvChar kSource[] = ZV_WIDE("Common\\zvclr");
+
+/// Rows with their padding, that of the last row too.
+RegionSize ImageRegion(int32_t space, const ClrImage& image, int32_t rowExtra) noexcept {
+    return (ClrRowBytes(space, image.width) + ClampExtra(rowExtra)) * image.height;
+}
+
+/// The two-byte space asks for three bytes a pixel of its image and for half the hub image, on either hop.
+bool Rgb444HopAllowed(const ClrImage& image, uint8_t* hub) noexcept {
+    const RegionSize row = RegionSize(image.width) * kHubBytes + ClampExtra(image.sourceRowExtra);
+    return CanRead(image.source, row * image.height) &&
+           CanWrite(hub, Rgb444Region(image.width, image.height, ClampExtra(image.destinationRowExtra)));
+}
+
+int32_t HopToHub(int32_t space, const ClrImage& i, uint8_t* hub) noexcept {
+    if (space == CLRSPACE_RGB444) {
+        if (!Rgb444HopAllowed(i, hub)) return ERR_INVALID_PARAMETER;
+        ToHubRows(KernelImage(i.source, hub, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra), 1, Rgb444{});
+        return CLR_SUCCESS;
+    }
+    const int32_t result =
+        FindKernelPair(space)->toHub(i.source, hub, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra, 1);
+    return space == CLRSPACE_YCCK ? int32_t{CLR_SUCCESS} : result;
+}
+
+int32_t HopFromHub(int32_t space, const ClrImage& i, uint8_t* hub) noexcept {
+    if (space == CLRSPACE_RGB444) {
+        // The packed pixels go nowhere: the destination stays as it was, and only the checks are left.
+        return Rgb444HopAllowed(i, hub) ? CLR_SUCCESS : ERR_INVALID_PARAMETER;
+    }
+    return FindKernelPair(space)->fromHub(hub, i.destination, i.width, i.height, i.sourceRowExtra,
+                                          i.destinationRowExtra, 1);
+}
+
+/// Through a temporary image of CLRSPACE_RGB. It is written with the padding of the destination and read with that of
+/// the source, so it has room for the wider of the two; what no row fills reads as zero.
+int32_t ConvertThroughHub(int32_t sourceSpace, int32_t destinationSpace, const ClrImage& image) noexcept {
+    const int32_t extra = std::max(ClampExtra(image.sourceRowExtra), ClampExtra(image.destinationRowExtra));
+    const int64_t bytes = (int64_t{image.width} * kHubBytes + extra) * image.height;
+    const HostBlock<uint8_t> hub(bytes, __LINE__, kSource);
+    if (!hub) return ERR_NO_MEMORY;
+    if (extra > 0 || sourceSpace == CLRSPACE_YCCK) HostFill(hub.Data(), 0, static_cast<size_t>(bytes));
+
+    const int32_t first = HopToHub(sourceSpace, image, hub.Data());
+    return first == CLR_SUCCESS ? HopFromHub(destinationSpace, image, hub.Data()) : first;
+}
+
+int32_t ConvertDirect(int32_t sourceSpace, int32_t destinationSpace, const ClrImage& image) noexcept {
+    if (image.source == nullptr || image.destination == nullptr) return ERR_INVALID_PARAMETER;
+    const int32_t sourceResult = ClrCheckGeometry(sourceSpace, image.width, image.height, image.source);
+    if (sourceResult != CLR_SUCCESS) return sourceResult;
+    const int32_t destinationResult = ClrCheckGeometry(destinationSpace, image.width, image.height, image.destination);
+    if (destinationResult != CLR_SUCCESS) return destinationResult;
+    if (!CanRead(image.source, ImageRegion(sourceSpace, image, image.sourceRowExtra)) ||
+        !CanWrite(image.destination, ImageRegion(destinationSpace, image, image.destinationRowExtra))) {
+        return ERR_BAD_POINTER;
+    }
+    if (sourceSpace == destinationSpace) {
+        if (image.source == image.destination && image.sourceRowExtra == image.destinationRowExtra) {
+            return ERR_SAME_BUFFER;
+        }
+        const int64_t bits = ClrBitsPerPixel(sourceSpace);
+        CopyRows(image, static_cast<size_t>(bits * image.width / 8));  // rounded down here
+        return CLR_SUCCESS;
+    }
+    return ConvertDirectPair(sourceSpace, destinationSpace, image);
+}
+
+}  // namespace
+
+int32_t ConvertDirectPair(int32_t sourceSpace, int32_t destinationSpace, const ClrImage& i) noexcept {
+    const bool fromHub = ClrIsHub(sourceSpace);
+    const bool toHub = ClrIsHub(destinationSpace);
+    if (fromHub && toHub) {
+        return ClrHubSwap(i.source, i.destination, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra);
+    }
+    if (!fromHub && !toHub) return ConvertThroughHub(sourceSpace, destinationSpace, i);
+
+    const int32_t space = fromHub ? destinationSpace : sourceSpace;
+    const int32_t rgbFirst = (fromHub ? sourceSpace : destinationSpace) == CLRSPACE_RGB ? 1 : 0;
+    const ClrKernelPair* pair = FindKernelPair(space);
+    const ClrKernel kernel = fromHub ? pair->fromHub : pair->toHub;
+    const int32_t result =
+        kernel(i.source, i.destination, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra, rgbFirst);
+    return space == CLRSPACE_YCCK ? int32_t{CLR_SUCCESS} : result;
+}
+
+}  // namespace zv
+
+int32_t Zv_ClrConvertDirect(int32_t sourceSpace, int32_t destinationSpace, const void* source, void* destination,
+                            int32_t width, int32_t height, int32_t sourceRowExtra, int32_t destinationRowExtra) {
+    return zv::ConvertDirect(sourceSpace, destinationSpace,
+                             {static_cast<const uint8_t*>(source), static_cast<uint8_t*>(destination), width, height,
+                              sourceRowExtra, destinationRowExtra});
+}

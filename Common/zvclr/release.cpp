@@ -1,0 +1,65 @@
+#include "Common/kernels/kernels.h"
+#include "Common/zvclr/frame.h"
+#include "host/host.h"
+
+namespace zv {
+
+namespace {
+
+constexpr ZvChar kSource[] = ZV_WIDE("Common\\zvclr");
+
+void FreeIfSet(void* block) noexcept {
+    if (block != nullptr) HostFree(block, __LINE__, kSource);
+}
+
+void FreeProfileMemory(ClrProfileMemory* memory) noexcept {
+    if (memory == nullptr) return;
+    FreeIfSet(memory->data);
+    HostFree(memory, __LINE__, kSource);
+}
+
+}  // namespace
+
+void ReleaseConverter(ClrHandle* converter) noexcept {
+    FreeIfSet(converter->cmykParams);
+    FreeIfSet(converter->yuvParams);
+    FreeIfSet(converter->labDecode);
+    FreeIfSet(converter->labEncode);
+    FreeIfSet(converter->ycckTables);
+    FreeIfSet(converter->whitePoint);
+    FreeProfileMemory(converter->inputProfileMemory);
+    FreeProfileMemory(converter->outputProfileMemory);
+    UnregisterConverter(converter);
+    HostFree(converter, __LINE__, kSource);
+}
+
+void ReleaseAllConverters() noexcept {
+    while (ClrHandle* converter = FirstRegistered()) {
+        // A record that somebody has overwritten owns nothing that can be trusted: only its node goes.
+        if (IsBadReadPtr(converter, kConverterSize) || converter->size != kConverterSize) {
+            UnregisterConverter(converter);
+        } else {
+            ReleaseConverter(converter);
+        }
+    }
+}
+
+}  // namespace zv
+
+using namespace zv;
+
+int32_t Zv_ClrIsValid(const ClrHandle* converter) {
+    // The list goes first, though the record's size is part of the test: memory that is not a live converter's is not
+    // looked into, and every refusal has the same code.
+    if (converter == nullptr || !IsRegistered(converter)) return ERR_INVALID_HANDLE;
+    if (IsBadReadPtr(converter, kConverterSize) || converter->size != kConverterSize) return ERR_INVALID_HANDLE;
+    return CLR_SUCCESS;
+}
+
+int32_t Zv_ClrFree(ClrHandle* converter) {
+    if (converter == nullptr || IsBadReadPtr(converter, kConverterSize)) return ERR_INVALID_PARAMETER;
+    const int32_t valid = Zv_ClrIsValid(converter);
+    if (valid != CLR_SUCCESS) return valid;
+    ReleaseConverter(converter);
+    return CLR_SUCCESS;
+}

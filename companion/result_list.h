@@ -1,0 +1,117 @@
+// The one list of result codes: X(code, meaning, cause), in the order of zvclr.h.
+#ifndef ZVCLR_COMPANION_RESULT_LIST_H
+#define ZVCLR_COMPANION_RESULT_LIST_H
+
+// clang-format off
+#define ZVCLR_RESULTS(X)                                                                                               \
+    X(CLR_SUCCESS,                                                                                                     \
+      "The operation succeeded.",                                                                                      \
+      "Nothing needs to be done.")                                                                                     \
+    X(ERR_FAILURE,                                                                                                     \
+      "The operation failed for a reason without a code of its own.",                                                  \
+      "Most often memory ran out while a profile was handled, or a file name could not be converted; free memory and "  \
+      "check the name.")                                                                                               \
+    X(ERR_NO_MEMORY,                                                                                                   \
+      "An allocation failed.",                                                                                         \
+      "The image is too large for one call or memory is short; convert fewer rows at a time.")                         \
+    X(ERR_FILE_WRITE,                                                                                                  \
+      "Writing a file failed.",                                                                                        \
+      "The disk is full or the file lies on a medium that cannot be written; make room or choose another place.")      \
+    X(ERR_FILE_READ,                                                                                                   \
+      "Reading a file failed.",                                                                                        \
+      "The file is damaged or shorter than its contents say, or an emulation table is not a baseline TIFF; check the " \
+      "file.")                                                                                                         \
+    X(ERR_FILE_NOT_FOUND,                                                                                              \
+      "A named file does not exist.",                                                                                  \
+      "The name of a profile or an emulation table is misspelt, or longer than 259 characters; correct or shorten it.") \
+    X(ERR_IMAGE_OPEN,                                                                                                  \
+      "The image file could not be opened for scanning.",                                                              \
+      "The file is missing, locked or not readable for this user; check its name and its rights.")                     \
+    X(ERR_INVALID_PARAMETER,                                                                                           \
+      "An argument or a field of a record cannot be used.",                                                            \
+      "A pointer is null, a size is below 1, a padding is negative, or a buffer is smaller than the image and its "    \
+      "padding; check the arguments against the header.")                                                              \
+    X(ERR_FILE_OPEN,                                                                                                   \
+      "A file could not be opened.",                                                                                   \
+      "The file is missing, locked or protected, or its folder does not exist; check its name and its rights.")        \
+    X(ERR_BAD_TAG,                                                                                                     \
+      "A tag is missing or a selector is out of range, or an HLS pixel without saturation has a hue.",                 \
+      "The profile lacks the tag that was asked for, or the HLS image comes from another encoder; store hue 0 in "     \
+      "achromatic pixels.")                                                                                            \
+    X(ERR_BAD_POINTER,                                                                                                 \
+      "A record or a pixel buffer cannot be read or written.",                                                         \
+      "A buffer is shorter than width, height and padding say, or has been released; check the sizes that were "       \
+      "passed.")                                                                                                       \
+    X(ERR_FILE_FAULT,                                                                                                  \
+      "A memory fault was caught while an image file was scanned.",                                                    \
+      "The image file is damaged; open it with another program and save it anew.")                                     \
+    X(ERR_INVALID_HANDLE,                                                                                              \
+      "The pointer is not a live converter.",                                                                          \
+      "The converter has been released already or was never created; create it again.")                                \
+    X(ERR_SAME_BUFFER,                                                                                                 \
+      "Source and destination are one buffer in one colour space.",                                                    \
+      "There is nothing to convert in place; pass another destination or leave out the call.")                         \
+    X(ERR_COLORSPACE_UNSUPPORTED,                                                                                      \
+      "The colour space is not legal for the operation.",                                                              \
+      "The id is not one of the eighteen, or the method does not serve the pair; use the built-in method or go "       \
+      "through RGB.")                                                                                                  \
+    X(ERR_METHOD_UNAVAILABLE,                                                                                          \
+      "No usable conversion method is there.",                                                                         \
+      "The active method is not among the enabled ones, or was not prepared for this pair; enable it when the "        \
+      "converter is created.")                                                                                         \
+    X(ERR_PROFILE_LOAD,                                                                                                \
+      "A profile could not be opened by the transform engine.",                                                        \
+      "The file is no ICC profile or is damaged; choose another profile.")                                             \
+    X(ERR_TRANSFORM_CREATE,                                                                                            \
+      "A profile does not fit the pixel format.",                                                                      \
+      "The profile is for another colour space than the pixels, for example RGB for CMYK; choose one of the right "    \
+      "kind.")                                                                                                         \
+    X(ERR_STRUCT_SIZE,                                                                                                 \
+      "The size field of a record is wrong.",                                                                          \
+      "The field was not set, or the program was compiled with a header of another version; set it to sizeof the "     \
+      "record.")                                                                                                       \
+    X(ERR_YUV_SAMPLING_RATIO,                                                                                          \
+      "The sampling periods of U and V do not divide each other.",                                                     \
+      "Periods such as 2 and 3 were given in one direction; make one of them a multiple of the other.")                \
+    X(ERR_YUV_VERTICAL_PACKED,                                                                                         \
+      "A packed YUV layout has vertical sub-sampling.",                                                                \
+      "Only planar layouts can skip rows of chroma; set the vertical periods to 1 or describe planes.")                \
+    X(ERR_YUV_PLANAR_PADDING,                                                                                          \
+      "A planar YUV layout has row padding.",                                                                          \
+      "Rows of planes must follow each other directly; pack the rows and pass no source padding.")                     \
+    X(ERR_WIDTH_MULTIPLE,                                                                                              \
+      "The width is not a multiple of the format's block.",                                                            \
+      "Two pixels share chroma in YUY2 and UYVY, eight form a block in Y41P; crop or pad the image.")                  \
+    X(ERR_YVU9_SIZE,                                                                                                   \
+      "Width or height of a YVU9 image is not a multiple of 4.",                                                       \
+      "YVU9 holds one chroma value for 4 x 4 pixels; crop or pad the image.")                                          \
+    X(ERR_NO_PROFILE,                                                                                                  \
+      "No ICC profile is there.",                                                                                      \
+      "The image file carries no profile; name one or convert without ICC profiles.")                                  \
+    X(ERR_PROFILE_TRUNCATED,                                                                                           \
+      "The data ended inside a profile.",                                                                              \
+      "The file was cut short or a chunk of the profile is missing; fetch the file again.")                            \
+    X(ERR_PROFILE_UNUSABLE,                                                                                            \
+      "A profile or its transform cannot be used.",                                                                    \
+      "The profile lacks what the conversion needs, or the platform refuses it; choose another profile.")              \
+    X(ERR_COLORSPACE_MISMATCH,                                                                                         \
+      "The platform's colour management found colour spaces that do not match.",                                       \
+      "The profiles belong to other spaces than the pixels; check which profile is for input and which for output.")   \
+    X(ERR_UNKNOWN_TAG,                                                                                                 \
+      "Warning: the signature of the tag is unknown; its data was delivered.",                                         \
+      "The profile holds a private or newer tag; treat the data as raw bytes.")                                        \
+    X(ERR_UNKNOWN_TAG_TYPE,                                                                                            \
+      "Warning: the type of the tag is unknown; its data was delivered.",                                              \
+      "The profile holds a private or newer type; treat the data as raw bytes.")                                       \
+    X(ERR_UNKNOWN_TAG_AND_TYPE,                                                                                        \
+      "Warning: signature and type of the tag are unknown; its data was delivered.",                                   \
+      "The profile holds private data; treat it as raw bytes.")                                                        \
+    X(ERR_BAD_PROFILE,                                                                                                 \
+      "A profile fails a basic check.",                                                                                \
+      "Its signature, size or tag table is wrong, so that it is no ICC profile or is damaged; choose another one.")    \
+    X(ERR_FORMAT_NO_ICC,                                                                                               \
+      "The image file format cannot hold an ICC profile.",                                                             \
+      "Profiles travel in JPEG, TIFF, EPS and GIF files among others; save the image in such a format.")
+// clang-format on
+
+#endif  // ZVCLR_COMPANION_RESULT_LIST_H

@@ -1,0 +1,27 @@
+// Platform calls, under their own names on every system. Windows has them; elsewhere this layer
+// implements those that the library needs, with the same meaning.
+#pragma once
+
+#ifdef _WIN32
+#    ifndef WIN32_LEAN_AND_MEAN
+#        define WIN32_LEAN_AND_MEAN
+#    endif
+#    ifndef NOMINMAX
+#        define NOMINMAX
+#    endif
+#    include <windows.h>
+#    define ZV_WIDE(text) L##text
+#else
+#    include "host/posix/platform_posix.h"
+#    define ZV_WIDE(text) u##text
+#endif
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+
+static_assert(std::endian::native == std::endian::little, "records and tables are laid out for little-endian machines");
+
+/// Copies `count` bytes of this process from `source` to `destination` without faulting or being seen by memory
+/// checkers: for a look at memory that may not be what the caller says. Returns false if not all could be read.
+bool ZvPeekMemory(void* destination, const void* source, size_t count) noexcept;

@@ -1,0 +1,401 @@
+/*
+ * zvclr.h - the converters of the zvclr colour-conversion library.
+ *
+ * A converter is made once for a pair of colour spaces (Zv_ClrInit), converts
+ * any number of images (Zv_ClrConvert) and is released (Zv_ClrFree).
+ * Zv_ClrConvertDirect converts without a converter, with the built-in methods.
+ *
+ * The header stands alone in C99 and in C++. Every function returns a signed
+ * 32-bit result: 1 (CLR_SUCCESS) on success, a negative code otherwise. No
+ * exception crosses this interface. zverror.h gives names and meanings of codes.
+ *
+ * Threads: a finished converter is read without a lock, so that several
+ * converters run in parallel. Calls that create or release converters must not
+ * overlap a use of the same converter.
+ */
+#ifndef ZVCLR_H
+#define ZVCLR_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+/** Version of this header and of the library that it was released with. */
+#define ZVCLR_VERSION_MAJOR 1
+#define ZVCLR_VERSION_MINOR 0
+#define ZVCLR_VERSION_PATCH 0
+#define ZVCLR_VERSION_STRING "1.0.0"
+
+/*
+ * Linkage. Define ZVCLR_STATIC before including this header when linking the
+ * static library on Windows.
+ */
+#if defined(_WIN32)
+#  if defined(ZVCLR_BUILDING)
+#    define ZVCLR_API __declspec(dllexport)
+#  elif defined(ZVCLR_STATIC)
+#    define ZVCLR_API
+#  else
+#    define ZVCLR_API __declspec(dllimport)
+#  endif
+#elif defined(__GNUC__)
+#  define ZVCLR_API __attribute__((visibility("default")))
+#else
+#  define ZVCLR_API
+#endif
+
+/*
+ * A character of a file name: 16 bits on every system, since the sizes of the
+ * records are part of the contract. Names are UTF-16 and end with a zero.
+ */
+#if defined(_WIN32)
+typedef wchar_t ZvChar;
+#elif defined(__cplusplus)
+typedef char16_t ZvChar;
+#else
+typedef uint16_t ZvChar;
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ------------------------------------------------------------------------- */
+/* Colour spaces                                                              */
+/* ------------------------------------------------------------------------- */
+
+/**
+ * Colour-space ids. There are exactly eighteen; the numbers have gaps.
+ * Pixels are packed without gaps; "hub" spaces are those that every other
+ * space has a kernel from and to.
+ */
+enum ClrSpaceId {
+    CLRSPACE_RGB = 0,      /**< 24 bits, hub: R, G, B */
+    CLRSPACE_YUV = 1,      /**< 24 bits: Y, U, V, all unsigned */
+    CLRSPACE_CMYK = 2,     /**< 32 bits: C, M, Y, K; 255 is full ink */
+    CLRSPACE_HSV = 3,      /**< 24 bits: H (255 is 360 degrees), S, V */
+    CLRSPACE_HLS = 4,      /**< 24 bits: H (0 red, 85 green, 170 blue), L, S */
+    CLRSPACE_YIQ = 5,      /**< 24 bits: Y, I, Q, all unsigned */
+    CLRSPACE_CMY = 6,      /**< 24 bits: C, M, Y */
+    CLRSPACE_LAB = 7,      /**< 24 bits: L (255 is 100), a and b two's complement; with ClrLabParams unsigned, see there */
+    CLRSPACE_XYZ = 8,      /**< 24 bits: X, Y, Z; 255 is 1.0 */
+    CLRSPACE_YUY2 = 9,     /**< 16 bits: Y0, U, Y1, V for two pixels; width a multiple of 2 */
+    CLRSPACE_YVU9 = 10,    /**< 9 bits, planar: Y, then V, then U with one byte for 4 x 4 pixels; width and height multiples of 4 */
+    CLRSPACE_YCCK = 11,    /**< 32 bits: Y, Cb, Cr (offset 128), K */
+    CLRSPACE_BGR = 12,     /**< 24 bits, hub: B, G, R (the order of a 24-bit device-independent bitmap) */
+    CLRSPACE_Y41P = 13,    /**< 12 bits: Ua, Y0, Va, Y1, Ub, Y2, Vb, Y3 to Y7 for eight pixels; width a multiple of 8 */
+    CLRSPACE_UYVY = 14,    /**< 16 bits: U, Y0, V, Y1 for two pixels; width a multiple of 2 */
+    CLRSPACE_YCBCR = 15,   /**< 24 bits: Y unsigned, Cb and Cr two's complement without offset */
+    CLRSPACE_HSI = 128,    /**< 24 bits: I, H, S */
+    CLRSPACE_RGB444 = 144  /**< 16 bits: R in the low nibble of byte 0; G high and B low nibble of byte 1 */
+};
+
+/* ------------------------------------------------------------------------- */
+/* Methods and change masks                                                   */
+/* ------------------------------------------------------------------------- */
+
+/** Conversion methods: bits of ClrParams.methods, one of them in activeMethod. */
+enum ClrMethod {
+    CLRMETHOD_BUILTIN = 1,           /**< exact built-in arithmetic */
+    CLRMETHOD_ICC = 2,               /**< ICC profiles held by the library */
+    CLRMETHOD_CUSTOM_ICC = 4,        /**< the caller's ICC profiles */
+    CLRMETHOD_EMULATION = 8,         /**< built-in emulation tables */
+    CLRMETHOD_CUSTOM_EMULATION = 16, /**< emulation tables from the caller's file */
+    CLRMETHOD_AUTOMATIC = 32         /**< the library picks; both methods and activeMethod must hold exactly 32 */
+};
+
+/** What an update of a live converter takes over; read from ClrParams.methods there. */
+enum ClrParamMask {
+    CLRPARAM_ACTIVE_METHOD = 1,
+    CLRPARAM_PROFILES = 2,
+    CLRPARAM_WHITE_POINT = 4,
+    CLRPARAM_EMULATION_FILE = 8,
+    CLRPARAM_CMYK = 16,
+    CLRPARAM_YUV = 32,
+    CLRPARAM_LAB = 64
+};
+
+/* ------------------------------------------------------------------------- */
+/* Result codes                                                               */
+/* ------------------------------------------------------------------------- */
+
+/** Result codes. zverror.h holds the texts. */
+enum ClrResult {
+    CLR_SUCCESS = 1,                      /**< the operation succeeded */
+    ERR_FAILURE = -1,                     /**< general failure */
+    ERR_NO_MEMORY = -3,                   /**< an allocation failed */
+    ERR_FILE_WRITE = -5,                  /**< writing a file failed */
+    ERR_FILE_READ = -7,                   /**< reading a file failed */
+    ERR_FILE_NOT_FOUND = -8,              /**< a named file does not exist, or its name is longer than 259 characters */
+    ERR_IMAGE_OPEN = -10,                 /**< the image file could not be opened for scanning */
+    ERR_INVALID_PARAMETER = -13,          /**< null pointer, size below 1, bad fields, or a kernel cannot reach its buffer */
+    ERR_FILE_OPEN = -14,                  /**< a file could not be opened */
+    ERR_BAD_TAG = -37,                    /**< a tag is missing or a selector is out of range; also an achromatic HLS pixel with a hue */
+    ERR_BAD_POINTER = -60,                /**< a record or buffer cannot be read or written */
+    ERR_FILE_FAULT = -149,                /**< a fault was caught while an image file was scanned */
+    ERR_INVALID_HANDLE = -261,            /**< not a live converter */
+    ERR_SAME_BUFFER = -351,               /**< source and destination are one buffer and one space */
+    ERR_COLORSPACE_UNSUPPORTED = -785,    /**< the colour space is not legal for the operation */
+    ERR_METHOD_UNAVAILABLE = -786,        /**< no usable method, or the active one is not enabled */
+    ERR_PROFILE_LOAD = -787,              /**< a profile could not be opened by the transform engine */
+    ERR_TRANSFORM_CREATE = -788,          /**< a profile does not fit the pixel format */
+    ERR_STRUCT_SIZE = -789,               /**< the size field of a record is wrong */
+    ERR_YUV_SAMPLING_RATIO = -791,        /**< U and V sampling periods do not divide each other */
+    ERR_YUV_VERTICAL_PACKED = -792,       /**< vertical sub-sampling in a packed layout */
+    ERR_YUV_PLANAR_PADDING = -793,        /**< a planar layout with row padding */
+    ERR_WIDTH_MULTIPLE = -796,            /**< width is not a multiple of the format's block */
+    ERR_YVU9_SIZE = -797,                 /**< width or height of a YVU9 image is not a multiple of 4 */
+    ERR_NO_PROFILE = -812,                /**< no ICC profile is there */
+    ERR_PROFILE_TRUNCATED = -813,         /**< the data ended inside a profile */
+    ERR_PROFILE_UNUSABLE = -817,          /**< a profile or its transform cannot be used */
+    ERR_COLORSPACE_MISMATCH = -918,       /**< the platform's colour management found mismatching spaces */
+    ERR_UNKNOWN_TAG = -1150,              /**< warning: the tag's signature is unknown, data delivered */
+    ERR_UNKNOWN_TAG_TYPE = -1151,         /**< warning: the tag's type is unknown, data delivered */
+    ERR_UNKNOWN_TAG_AND_TYPE = -1152,     /**< warning: neither is known, data delivered */
+    ERR_BAD_PROFILE = -1153,              /**< a profile fails a basic check */
+    ERR_FORMAT_NO_ICC = -1154             /**< the image file format cannot hold an ICC profile */
+};
+
+/* ------------------------------------------------------------------------- */
+/* Records                                                                    */
+/* ------------------------------------------------------------------------- */
+
+/** A converter; opaque. Made by Zv_ClrInit, owned by the caller until Zv_ClrFree. */
+typedef struct ClrHandle ClrHandle;
+
+#pragma pack(push, 1)
+
+/** White point of ICC transforms. Byte-packed, 20 bytes. Copied by Zv_ClrInit. */
+typedef struct ClrWhitePoint {
+    uint32_t whiteCode; /**< 50, 55, 65, 75 or 93 for D50 to 9300 K; 0 to use x and y */
+    double x;           /**< CIE 1931 chromaticity x, read when whiteCode is 0 */
+    double y;           /**< CIE 1931 chromaticity y, read when whiteCode is 0 */
+} ClrWhitePoint;
+
+/** An ICC profile in memory. Byte-packed, 20 bytes. Record and data are copied by Zv_ClrInit. */
+typedef struct ClrProfileMemory {
+    uint32_t size;     /**< size of this record; not checked */
+    void *data;        /**< the profile image; at least dataSize readable bytes */
+    uint64_t dataSize; /**< its length in bytes, not zero */
+} ClrProfileMemory;
+
+/**
+ * Layout of YUV pixels for CLRSPACE_YUV as a source. Byte-packed, 44 bytes.
+ * The record is copied by Zv_ClrInit; the table behind positions is not: it
+ * stays the caller's and must outlive the converter.
+ *
+ * Planar (planar not 0): positions[0] is the order of the planes: 0 YUV, 1 YVU,
+ * 2 UYV, 3 UVY, 4 VYU, 5 VUY.
+ * Packed (planar 0): positions holds byte offsets inside a macro-pixel:
+ * macroPixelSize for Y, then macroPixelSize / uSampleX for U, then
+ * macroPixelSize / vSampleX for V.
+ */
+typedef struct ClrYuvParams {
+    int32_t size;             /**< must be 44 */
+    int32_t mask;             /**< what an update takes: 1 uSampleX, 2 uSampleY, 4 vSampleX, 8 vSampleY, 16 positions, 32 macroPixelSize, 64 fullRange */
+    int32_t uSampleX;         /**< horizontal period of U in pixels, 1 or more */
+    int32_t uSampleY;         /**< vertical period of U, 1 or more; 1 in a packed layout */
+    int32_t vSampleX;         /**< horizontal period of V */
+    int32_t vSampleY;         /**< vertical period of V */
+    const int32_t *positions; /**< see above */
+    int32_t macroPixelSize;   /**< luma samples of a packed macro-pixel, 1 or more */
+    int32_t fullRange;        /**< not 0: no offsets (16 and 128) are taken off the samples */
+    int32_t planar;           /**< not 0: three planes */
+} ClrYuvParams;
+
+#pragma pack(pop)
+
+/** Black generation of the built-in CMYK kernels. 12 bytes. Copied by Zv_ClrInit. */
+typedef struct ClrCmykParams {
+    int32_t size;     /**< must be 12 */
+    int32_t gcrLevel; /**< grey component replacement in thousandths; 175 without a record */
+    int32_t mask;     /**< 1: an update takes gcrLevel */
+} ClrCmykParams;
+
+/**
+ * Encoding of CLRSPACE_LAB in three unsigned bytes. 32 bytes. Copied by Zv_ClrInit.
+ * L* = (L8 - lOffset) * lRange / 255, and the same for a* and b*.
+ */
+typedef struct ClrLabParams {
+    int32_t size;    /**< must be 32 */
+    int32_t mask;    /**< what an update takes: 1 lOffset, 2 lRange, 4 aOffset, 8 aRange, 16 bOffset, 32 bRange */
+    int32_t lOffset; /**< commonly 0 */
+    int32_t lRange;  /**< commonly 100 */
+    int32_t aOffset; /**< commonly 128 */
+    int32_t aRange;  /**< commonly 170 */
+    int32_t bOffset; /**< commonly 96 */
+    int32_t bRange;  /**< commonly 200 */
+} ClrLabParams;
+
+/** Characters of a file name field, the closing zero included. Names of more than 259 characters are refused. */
+#define CLR_NAME_LENGTH 264
+
+/**
+ * Everything that Zv_ClrInit wants to know. 1648 bytes. Clear it, set size,
+ * methods and activeMethod, and what the methods need. All pointers may be
+ * null and stay the caller's; what they point to is copied.
+ */
+typedef struct ClrParams {
+    uint32_t size;                             /**< must be 1648, sizeof(ClrParams) */
+    uint32_t activeMethod;                     /**< one CLRMETHOD_ value, among methods */
+    ClrWhitePoint *whitePoint;                 /**< null for D50 */
+    ZvChar inputProfileName[CLR_NAME_LENGTH];  /**< path of the caller's input profile, or empty */
+    ClrProfileMemory *inputProfileMemory;      /**< input profile in memory; goes before the name */
+    ZvChar outputProfileName[CLR_NAME_LENGTH]; /**< path of the caller's output profile, or empty */
+    ClrProfileMemory *outputProfileMemory;     /**< output profile in memory; goes before the name */
+    ZvChar emulationTableName[CLR_NAME_LENGTH];/**< path of the custom emulation table, or empty */
+    ClrCmykParams *cmykParams;                 /**< null for the default black generation */
+    ClrYuvParams *yuvParams;                   /**< null for plain CLRSPACE_YUV pixels */
+    ClrLabParams *labParams;                   /**< null for the plain encoding of CLRSPACE_LAB */
+    uint32_t methods;                          /**< set of CLRMETHOD_ bits to prepare; in an update the CLRPARAM_ mask */
+    uint32_t emulationMethod;                  /**< must be 8 when activeMethod is CLRMETHOD_EMULATION */
+} ClrParams;
+
+/* ------------------------------------------------------------------------- */
+/* Functions                                                                  */
+/* ------------------------------------------------------------------------- */
+
+/**
+ * Makes a converter from one colour space to another.
+ *
+ * @param receiver         where the handle is stored; untouched on failure.
+ * @param sourceSpace      CLRSPACE_ id of the pixels that will come in.
+ * @param destinationSpace CLRSPACE_ id of the pixels that go out. Equal ids make a
+ *                         copying converter (ids are then not checked).
+ * @param params           null for the built-in method with its defaults. Read during
+ *                         the call only. With CLRMETHOD_AUTOMATIC the record is written
+ *                         during the call; it is put back on success, and left changed
+ *                         on failure.
+ * @return 1, or ERR_INVALID_PARAMETER (receiver null; emulationMethod not 8),
+ *         ERR_BAD_POINTER (a record cannot be read), ERR_STRUCT_SIZE,
+ *         ERR_COLORSPACE_UNSUPPORTED, ERR_METHOD_UNAVAILABLE, ERR_NO_MEMORY, or a
+ *         code of the profiles and tables that were asked for.
+ *
+ * When neither space is a hub (RGB, BGR) every conversion runs in two built-in
+ * steps through RGB, whatever the method.
+ */
+ZVCLR_API int32_t Zv_ClrInit(ClrHandle **receiver, int32_t sourceSpace, int32_t destinationSpace, ClrParams *params);
+
+/**
+ * Releases a converter and all that it owns.
+ *
+ * @return 1, ERR_INVALID_PARAMETER (null or unreadable) or ERR_INVALID_HANDLE
+ *         (not a live converter, for example already released).
+ * Must not overlap another call with the same converter.
+ */
+ZVCLR_API int32_t Zv_ClrFree(ClrHandle *converter);
+
+/** @return 1 if the pointer is a live converter, ERR_INVALID_HANDLE otherwise. Any pointer may be asked. */
+ZVCLR_API int32_t Zv_ClrIsValid(const ClrHandle *converter);
+
+/**
+ * Converts an image with a converter.
+ *
+ * @param converter            a live converter; read only.
+ * @param source               first pixel; rows of (bits per pixel * width + 7) / 8 bytes.
+ * @param destination          first pixel of the result. It may be the source when both
+ *                             pixels have the same size; any other overlap is undefined.
+ * @param width,height         in pixels, 1 or more, with the multiples that the spaces ask.
+ * @param sourceRowExtra       bytes after each source row (not a stride), 0 or more.
+ * @param destinationRowExtra  bytes after each destination row; they are not written.
+ * @return 1; ERR_INVALID_PARAMETER (null, size below 1, negative padding, or a kernel cannot
+ *         reach its buffers, the padding of the last row included), ERR_BAD_POINTER,
+ *         ERR_INVALID_HANDLE, ERR_SAME_BUFFER (in place, equal spaces, different padding),
+ *         ERR_METHOD_UNAVAILABLE, ERR_WIDTH_MULTIPLE, ERR_YVU9_SIZE, ERR_NO_MEMORY.
+ *         0 from CLRSPACE_YCCK with the built-in method (the image is written) and when the
+ *         platform's colour management failed.
+ *
+ * Equal spaces copy; with padding of 2 or more on a side the rows land at multiples of
+ * the padding. Without a hub on either side, 1 comes back whatever happened, and the
+ * converter's records are not used.
+ */
+ZVCLR_API int32_t Zv_ClrConvert(const ClrHandle *converter, const void *source, void *destination, int32_t width,
+                                int32_t height, int32_t sourceRowExtra, int32_t destinationRowExtra);
+
+/**
+ * Converts an image with the built-in method, without a converter.
+ *
+ * Arguments as Zv_ClrConvert; a padding below 1 counts as 0, and the buffers must
+ * hold the padding of the last row too.
+ * @return 1; ERR_INVALID_PARAMETER, ERR_COLORSPACE_UNSUPPORTED, ERR_WIDTH_MULTIPLE,
+ *         ERR_YVU9_SIZE, ERR_BAD_POINTER, ERR_SAME_BUFFER (in place, equal spaces, equal
+ *         padding), ERR_NO_MEMORY, ERR_BAD_TAG (an HLS pixel with a hue and no saturation:
+ *         pixels before it are written).
+ *
+ * A pair of two spaces that are not hubs goes through a temporary RGB image; between those
+ * CLRSPACE_RGB444 as destination is accepted and leaves the destination as it was. Give
+ * equal padding on both sides there: the temporary image is written with the padding of the
+ * destination and read with that of the source.
+ */
+ZVCLR_API int32_t Zv_ClrConvertDirect(int32_t sourceSpace, int32_t destinationSpace, const void *source,
+                                      void *destination, int32_t width, int32_t height, int32_t sourceRowExtra,
+                                      int32_t destinationRowExtra);
+
+/**
+ * Sets the module in which built-in profiles ("ICM") and emulation tables ("ET") are looked
+ * up, the library itself by default. Process-wide and unguarded: call it before other threads
+ * use the library.
+ *
+ * @param module Windows: a module handle whose resources are read. Elsewhere: a handle of
+ *               dlopen whose module exports `zvclr_module_resources` (docs/architecture.md).
+ *               Null is the program's executable on Windows and the library itself elsewhere.
+ *               The module stays the caller's and must outlive its use.
+ */
+ZVCLR_API void SetResModule(void *module);
+
+#if !defined(_WIN32)
+/**
+ * One data block of a resource module, where the platform has no resources of its own. A module
+ * for SetResModule exports an array named `zvclr_module_resources` that ends with an entry whose
+ * type is null.
+ */
+typedef struct ZvModuleResource {
+    const ZvChar *type; /**< "ICM" or "ET" */
+    uint32_t id;        /**< for example 105 */
+    uint32_t size;      /**< bytes of data */
+    const void *data;   /**< the block; must live as long as the module */
+} ZvModuleResource;
+#endif
+
+#ifdef __cplusplus
+}
+#endif
+
+/* Record sizes and offsets are part of the contract (64-bit systems). */
+#if defined(__cplusplus)
+#  define ZVCLR_STATIC_ASSERT(condition, name) static_assert(condition, #name)
+#else
+#  define ZVCLR_STATIC_ASSERT(condition, name) typedef char zvclr_assert_##name[(condition) ? 1 : -1]
+#endif
+
+ZVCLR_STATIC_ASSERT(sizeof(ZvChar) == 2, characters_have_16_bits);
+ZVCLR_STATIC_ASSERT(sizeof(ClrWhitePoint) == 20, white_point_size);
+ZVCLR_STATIC_ASSERT(offsetof(ClrWhitePoint, x) == 4 && offsetof(ClrWhitePoint, y) == 12, white_point_offsets);
+ZVCLR_STATIC_ASSERT(sizeof(ClrProfileMemory) == 20, profile_memory_size);
+ZVCLR_STATIC_ASSERT(offsetof(ClrProfileMemory, data) == 4 && offsetof(ClrProfileMemory, dataSize) == 12,
+                    profile_memory_offsets);
+ZVCLR_STATIC_ASSERT(sizeof(ClrCmykParams) == 12, cmyk_params_size);
+ZVCLR_STATIC_ASSERT(offsetof(ClrCmykParams, gcrLevel) == 4 && offsetof(ClrCmykParams, mask) == 8, cmyk_params_offsets);
+ZVCLR_STATIC_ASSERT(sizeof(ClrYuvParams) == 44, yuv_params_size);
+ZVCLR_STATIC_ASSERT(offsetof(ClrYuvParams, mask) == 4 && offsetof(ClrYuvParams, uSampleX) == 8 &&
+                        offsetof(ClrYuvParams, uSampleY) == 12 && offsetof(ClrYuvParams, vSampleX) == 16 &&
+                        offsetof(ClrYuvParams, vSampleY) == 20 && offsetof(ClrYuvParams, positions) == 24 &&
+                        offsetof(ClrYuvParams, macroPixelSize) == 32 && offsetof(ClrYuvParams, fullRange) == 36 &&
+                        offsetof(ClrYuvParams, planar) == 40,
+                    yuv_params_offsets);
+ZVCLR_STATIC_ASSERT(sizeof(ClrLabParams) == 32, lab_params_size);
+ZVCLR_STATIC_ASSERT(offsetof(ClrLabParams, mask) == 4 && offsetof(ClrLabParams, lOffset) == 8 &&
+                        offsetof(ClrLabParams, lRange) == 12 && offsetof(ClrLabParams, aOffset) == 16 &&
+                        offsetof(ClrLabParams, aRange) == 20 && offsetof(ClrLabParams, bOffset) == 24 &&
+                        offsetof(ClrLabParams, bRange) == 28,
+                    lab_params_offsets);
+ZVCLR_STATIC_ASSERT(sizeof(ClrParams) == 1648, params_size);
+ZVCLR_STATIC_ASSERT(offsetof(ClrParams, activeMethod) == 4 && offsetof(ClrParams, whitePoint) == 8 &&
+                        offsetof(ClrParams, inputProfileName) == 16 && offsetof(ClrParams, inputProfileMemory) == 544 &&
+                        offsetof(ClrParams, outputProfileName) == 552 &&
+                        offsetof(ClrParams, outputProfileMemory) == 1080 &&
+                        offsetof(ClrParams, emulationTableName) == 1088 && offsetof(ClrParams, cmykParams) == 1616 &&
+                        offsetof(ClrParams, yuvParams) == 1624 && offsetof(ClrParams, labParams) == 1632 &&
+                        offsetof(ClrParams, methods) == 1640 && offsetof(ClrParams, emulationMethod) == 1644,
+                    params_offsets);
+
+#endif /* ZVCLR_H */
