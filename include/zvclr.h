@@ -266,7 +266,7 @@ typedef struct ClrParams {
  *                         during the call; it is put back on success, and left changed
  *                         on failure.
  * @return 1, or ERR_INVALID_PARAMETER (receiver null; emulationMethod not 8),
- *         ERR_BAD_POINTER (a record cannot be read), ERR_STRUCT_SIZE,
+ *         ERR_BAD_POINTER (receiver or a record cannot be reached), ERR_STRUCT_SIZE,
  *         ERR_COLORSPACE_UNSUPPORTED, ERR_METHOD_UNAVAILABLE, ERR_NO_MEMORY, or a
  *         code of the profiles and tables that were asked for.
  *

@@ -108,14 +108,14 @@ int32_t Convert(const ClrHandle* converter, const ClrImage& image) noexcept {
         return ERR_INVALID_PARAMETER;
     }
     if (IsBadReadPtr(converter, kConverterSize)) return ERR_BAD_POINTER;
-    const int32_t valid = Zv_ClrIsValid(converter);
+    const bool live = IsRegistered(converter) && converter->size == kConverterSize;
     SpacePair spaces{};
-    if (!ReadSpaces(converter, valid == CLR_SUCCESS, &spaces)) return ERR_BAD_POINTER;
+    if (!ReadSpaces(converter, live, &spaces)) return ERR_BAD_POINTER;
     if (!CanRead(image.source, ImageRegion(spaces.source, image, image.sourceRowExtra)) ||
         !CanWrite(image.destination, ImageRegion(spaces.destination, image, image.destinationRowExtra))) {
         return ERR_BAD_POINTER;
     }
-    if (valid != CLR_SUCCESS) return valid;
+    if (!live) return ERR_INVALID_HANDLE;
 
     const bool sameSpace = spaces.source == spaces.destination;
     if (sameSpace && image.source == image.destination && image.sourceRowExtra != image.destinationRowExtra) {

@@ -24,6 +24,14 @@ void FreeRecord(T*& record) noexcept {
     record = nullptr;
 }
 
+/// A copy of a caller's record, which may lie at any address; false if it cannot be read.
+template <class T>
+bool ReadRecord(const T* record, T* copy) noexcept {
+    if (IsBadReadPtr(record, sizeof(T))) return false;
+    HostCopy(copy, record, sizeof(T));
+    return true;
+}
+
 ClrHandle* AllocConverter() noexcept {
     auto* converter = static_cast<ClrHandle*>(HostAllocZeroed(kConverterSize, 1, __LINE__, kSource));
     if (converter != nullptr) converter->size = kConverterSize;
@@ -91,6 +99,7 @@ private:
 
 int32_t Creation::Run(ClrHandle** receiver) noexcept {
     if (receiver == nullptr) return ERR_INVALID_PARAMETER;
+    if (IsBadWritePtr(receiver, sizeof *receiver)) return ERR_BAD_POINTER;
     if (params_ != nullptr && IsBadReadPtr(params_, sizeof(ClrParams))) return ERR_BAD_POINTER;
     if (sourceSpace_ == destinationSpace_ && (params_ == nullptr || (params_->methods & CLRMETHOD_CUSTOM_ICC) == 0)) {
         return MakeCopier(receiver);
@@ -149,6 +158,7 @@ int32_t Creation::MakeWithParams() noexcept {
 
     const bool automatic = params_->methods == CLRMETHOD_AUTOMATIC && params_->activeMethod == CLRMETHOD_AUTOMATIC;
     if (automatic) {
+        if (IsBadWritePtr(params_, sizeof *params_)) return UnwindA(ERR_BAD_POINTER);
         params_->methods = AutomaticMethod(sourceSpace_, destinationSpace_);
         params_->activeMethod = params_->methods;
     }
@@ -183,45 +193,42 @@ int32_t Creation::MakeWithParams() noexcept {
 }
 
 int32_t Creation::CopyWhitePoint() noexcept {
-    if (params_->whitePoint != nullptr && IsBadReadPtr(params_->whitePoint, sizeof(ClrWhitePoint))) {
-        return UnwindA(ERR_BAD_POINTER);
-    }
+    ClrWhitePoint white = {kDefaultWhiteCode, 0.0, 0.0};
+    if (params_->whitePoint != nullptr && !ReadRecord(params_->whitePoint, &white)) return UnwindA(ERR_BAD_POINTER);
     converter_->whitePoint = AllocRecord<ClrWhitePoint>();
     if (converter_->whitePoint == nullptr) return UnwindA(ERR_NO_MEMORY);
-    if (params_->whitePoint != nullptr) {
-        *converter_->whitePoint = *params_->whitePoint;
-    } else {
-        *converter_->whitePoint = {kDefaultWhiteCode, 0.0, 0.0};
-    }
+    *converter_->whitePoint = white;
     return CLR_SUCCESS;
 }
 
 /// A record that cannot be used leaves the converter on the list, here and in the next two steps: the unload takes it.
 int32_t Creation::CopyCmykParams() noexcept {
     if (!EitherIs(CLRSPACE_CMYK) || params_->cmykParams == nullptr) return CLR_SUCCESS;
-    if (IsBadReadPtr(params_->cmykParams, sizeof(ClrCmykParams))) return ERR_BAD_POINTER;
-    if (params_->cmykParams->size != int32_t{sizeof(ClrCmykParams)}) return ERR_STRUCT_SIZE;
+    ClrCmykParams cmyk;
+    if (!ReadRecord(params_->cmykParams, &cmyk)) return ERR_BAD_POINTER;
+    if (cmyk.size != int32_t{sizeof cmyk}) return ERR_STRUCT_SIZE;
     converter_->cmykParams = AllocRecord<ClrCmykParams>();
     if (converter_->cmykParams == nullptr) return UnwindB(ERR_NO_MEMORY);
-    *converter_->cmykParams = *params_->cmykParams;
+    *converter_->cmykParams = cmyk;
     return CLR_SUCCESS;
 }
 
 int32_t Creation::CopyYuvParams() noexcept {
     if (!EitherIs(CLRSPACE_YUV) || params_->yuvParams == nullptr) return CLR_SUCCESS;
-    if (IsBadReadPtr(params_->yuvParams, sizeof(ClrYuvParams))) return ERR_BAD_POINTER;
-    if (params_->yuvParams->size != int32_t{sizeof(ClrYuvParams)}) return UnwindB(ERR_STRUCT_SIZE);
+    ClrYuvParams yuv;
+    if (!ReadRecord(params_->yuvParams, &yuv)) return ERR_BAD_POINTER;
+    if (yuv.size != int32_t{sizeof yuv}) return UnwindB(ERR_STRUCT_SIZE);
     converter_->yuvParams = AllocRecord<ClrYuvParams>();
     if (converter_->yuvParams == nullptr) return UnwindRecords(ERR_NO_MEMORY);
-    *converter_->yuvParams = *params_->yuvParams;
+    *converter_->yuvParams = yuv;
     return CLR_SUCCESS;
 }
 
 int32_t Creation::BuildLabRecords() noexcept {
     if (!EitherIs(CLRSPACE_LAB) || params_->labParams == nullptr) return CLR_SUCCESS;
-    if (IsBadReadPtr(params_->labParams, sizeof(ClrLabParams))) return ERR_BAD_POINTER;
-    const ClrLabParams& lab = *params_->labParams;
-    if (lab.size != int32_t{sizeof(ClrLabParams)}) {
+    ClrLabParams lab;
+    if (!ReadRecord(params_->labParams, &lab)) return ERR_BAD_POINTER;
+    if (lab.size != int32_t{sizeof lab}) {
         FreeRecord(converter_->cmykParams);  // and no other record
         return UnwindB(ERR_STRUCT_SIZE);
     }

@@ -78,4 +78,9 @@ struct ClrResource {
 /// A data block of the module in force, of type "ICM" or "ET"; null data if there is none.
 ClrResource FindClrResource(const ZvChar* type, uint16_t id) noexcept;
 
+// --- Files ----------------------------------------------------------------------------------------------------------
+
+/// Nonzero when the path names something that exists.
+int32_t ClrFileExists(const ZvChar* path) noexcept;
+
 }  // namespace zv
