@@ -187,7 +187,8 @@ typedef struct ClrProfileMemory {
  * 2 UYV, 3 UVY, 4 VYU, 5 VUY.
  * Packed (planar 0): positions holds byte offsets inside a macro-pixel:
  * macroPixelSize for Y, then macroPixelSize / uSampleX for U, then
- * macroPixelSize / vSampleX for V.
+ * macroPixelSize / vSampleX for V. Offsets outside the macro-pixel's bytes (one for
+ * each Y, U and V sample) are refused at conversion with ERR_INVALID_PARAMETER.
  */
 typedef struct ClrYuvParams {
     int32_t size;             /**< must be 44 */

@@ -3,10 +3,13 @@
 #pragma once
 
 #include <array>
+#include <cfloat>
 #include <cstddef>
 #include <cstdint>
 
 namespace zv {
+
+static_assert(FLT_EVAL_METHOD == 0, "single and double steps must not be computed wider than they are");
 
 /// A hub pixel.
 struct Rgb {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <algorithm>
-#include <cmath>
 
 #include "Common/kernels/arithmetic.h"
 
@@ -22,6 +21,25 @@ struct Cmy {
 /// pow(x, 2.0): the correctly rounded value, which a product is.
 constexpr double Square(double x) noexcept { return x * x; }
 
+/// pow(x, n) to the last place, from exact products. The C libraries' powers differ there, and 0.25 to the fourth must
+/// be exactly 1/256. (Dekker, A floating-point technique for extending the available precision, 1971.)
+constexpr double IntegerPower(double x, int32_t n) noexcept {
+    const auto split = [](double v) {
+        const double scaled = v * 134217729.0;  // 2^27 + 1
+        return scaled - (scaled - v);
+    };
+    const double xHigh = split(x), xLow = x - xHigh;
+    double power = x, error = 0.0;
+    for (int32_t i = 1; i < n; ++i) {
+        const double high = split(power), low = power - high;
+        const double product = power * x;
+        error = error * x + (((high * xHigh - product) + high * xLow + low * xHigh) + low * xLow);
+        power = product + error;
+        error -= power - product;
+    }
+    return power;
+}
+
 /// Squares of the 256 steps from 0 to 1 in 1/256. A constant of the program, so that it stands before anything runs.
 inline constexpr std::array<uint16_t, 256> ClrGcrSquares = [] {
     std::array<uint16_t, 256> table{};
@@ -38,8 +56,8 @@ public:
 
     explicit Cmyk(int32_t gcrLevel) noexcept
         : level_(gcrLevel / 1000.0),
-          inkPower_(std::pow(level_, 5.0)),
-          blackScale_(static_cast<int16_t>(TruncateToInt(std::pow(level_, 4.0) * 256.0))) {}
+          inkPower_(IntegerPower(level_, 5)),
+          blackScale_(static_cast<int16_t>(TruncateToInt(IntegerPower(level_, 4) * 256.0))) {}
 
     Pixel<4> FromRgb(Rgb p) const noexcept {
         const int32_t c = 255 - p.r, m = 255 - p.g, y = 255 - p.b;
