@@ -1,0 +1,200 @@
+#include "convert.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+
+#include "parameters.h"
+#include "strip_converter.h"
+
+namespace zvtool {
+
+using zvimage::ContradictionError;
+using zvimage::Format;
+using zvimage::ImageInfo;
+
+namespace {
+
+// What a person sees on the error stream beside errors.
+class Progress {
+public:
+    Progress(bool quiet, int32_t height) : shown_(!quiet && ::isatty(STDERR_FILENO) == 1), height_(height) {}
+
+    void rows(int32_t done) {
+        const int percent = static_cast<int>(int64_t{done} * 100 / height_);
+        if (shown_ && percent != percent_) {
+            percent_ = percent;
+            fmt::print(stderr, "\rrow {} of {} ({} %)", done, height_, percent);
+            std::fflush(stderr);
+        }
+    }
+
+    /// Takes the line away.
+    void clear() {
+        if (shown_ && percent_ >= 0) {
+            fmt::print(stderr, "\r\x1b[K");
+            percent_ = -1;
+        }
+    }
+
+    void summary(const std::string& text) {
+        clear();
+        if (shown_) {
+            fmt::print(stderr, "{}\n", text);
+        }
+    }
+
+private:
+    bool shown_;
+    int32_t height_;
+    int percent_ = -1;
+};
+
+class ConvertCommand {
+public:
+    explicit ConvertCommand(const ConvertArguments& arguments) : args_(arguments) {}
+
+    void run() {
+        parse();
+        reader_ = zvimage::openImage(args_.input, readOptions_);
+        const ImageInfo& info = reader_->info();
+        conversion_.from = info.space;
+        settleParameters();
+        zvimage::checkOutput(args_.output, outputFormat_, conversion_.to, info.width, info.height);
+        if (args_.output == "-" && ::isatty(STDOUT_FILENO) == 1) {
+            throw ContradictionError(
+                "the standard output is a terminal, which cannot show an image; send it to a file");
+        }
+        if (!args_.quiet) {
+            for (const std::string& note : info.notes) {
+                fmt::print(stderr, "zvclr: note: {}: {}\n", args_.input, note);
+            }
+        }
+        convert();
+    }
+
+private:
+    void parse() {
+        if (!args_.from.empty()) {
+            readOptions_.space = parseSpace("--from", args_.from);
+        }
+        conversion_.to = parseSpace("--to", args_.to);
+        if (!args_.inputFormat.empty()) {
+            readOptions_.format = parseFormat("--input-format", args_.inputFormat);
+        }
+        if (!args_.outputFormat.empty()) {
+            writeOptions_.format = parseFormat("--output-format", args_.outputFormat);
+        }
+        outputFormat_ = zvimage::outputFormat(args_.output, writeOptions_.format);
+        writeOptions_.format = outputFormat_;
+        if (!args_.size.empty()) {
+            std::tie(readOptions_.width, readOptions_.height) = parseSize(args_.size);
+        }
+        if (!args_.yuvParams.empty()) {
+            parseYuv();
+        }
+        if (args_.quality && outputFormat_ != Format::kJpeg) {
+            throw ContradictionError("--quality goes with JPEG output only; leave it out");
+        }
+        if (!args_.compression.empty() && outputFormat_ != Format::kTiff) {
+            throw ContradictionError("--compression goes with TIFF output only; leave it out");
+        }
+        writeOptions_.quality = args_.quality.value_or(writeOptions_.quality);
+        if (!args_.compression.empty()) {
+            writeOptions_.compression = parseCompression(args_.compression);
+        }
+    }
+
+    void parseYuv() {
+        if (readOptions_.space != CLRSPACE_YUV) {
+            throw ContradictionError("--yuv-params describes raw yuv input; give --from yuv or leave it out");
+        }
+        conversion_.sourceYuv = parseYuvParams(args_.yuvParams);
+        readOptions_.layout = conversion_.sourceYuv->rawLayout();
+    }
+
+    void settleParameters() {
+        const bool copy = conversion_.from == conversion_.to;
+        if (args_.gcrLevel) {
+            if (conversion_.from != CLRSPACE_CMYK && conversion_.to != CLRSPACE_CMYK) {
+                throw ContradictionError(
+                    fmt::format("--gcr goes with cmyk only, but {} is converted to {}; leave it out",
+                                zvimage::spaceOf(conversion_.from).name, zvimage::spaceOf(conversion_.to).name));
+            }
+            if (copy) {
+                throw ContradictionError("--gcr has nothing to do, as cmyk to cmyk is copied; leave it out");
+            }
+            conversion_.gcrLevel = args_.gcrLevel;
+        }
+        if (!args_.labParams.empty()) {
+            settleLab(parseLabParams(args_.labParams));
+        }
+    }
+
+    void settleLab(const ClrLabParams& params) {
+        const bool source = conversion_.from == CLRSPACE_LAB;
+        const bool destination = conversion_.to == CLRSPACE_LAB;
+        if (!source && !destination) {
+            throw ContradictionError(
+                fmt::format("--lab-params goes with lab only, but {} is converted to {}; leave it out",
+                            zvimage::spaceOf(conversion_.from).name, zvimage::spaceOf(conversion_.to).name));
+        }
+        const bool rawSource = source && reader_->info().format == Format::kRaw;
+        const bool rawDestination = destination && outputFormat_ == Format::kRaw;
+        if (!rawSource && !rawDestination) {
+            throw ContradictionError(
+                "--lab-params describes raw lab pixels, but the lab pixels are in a TIFF file, whose encoding is "
+                "fixed; "
+                "leave it out or use a raw file");
+        }
+        if (rawSource && rawDestination) {
+            throw ContradictionError("--lab-params has nothing to do, as lab to lab is copied; leave it out");
+        }
+        (rawSource ? conversion_.sourceLab : conversion_.destinationLab) = params;
+    }
+
+    void convert() {
+        const ImageInfo& info = reader_->info();
+        StripConverter converter(conversion_);
+        const int32_t rows = std::min(info.height, stripRows(info.width, info.rowUnit, conversion_));
+        std::vector<uint8_t> source(converter.sourceBytes(info.width, rows));
+        std::vector<uint8_t> destination(converter.copies() ? 0 : converter.destinationBytes(info.width, rows));
+        const auto writer = zvimage::createImage(args_.output, info.width, info.height, conversion_.to, writeOptions_);
+        Progress progress(args_.quiet, info.height);
+        try {
+            for (int32_t row = 0; row < info.height; row += rows) {
+                const int32_t count = std::min(rows, info.height - row);
+                reader_->readRows(source.data(), count);
+                if (!converter.copies()) {
+                    converter.convert(source.data(), destination.data(), info.width, count);
+                }
+                writer->writeRows(converter.copies() ? source.data() : destination.data(), count);
+                progress.rows(row + count);
+            }
+            reader_->finish();
+            writer->finish();
+        } catch (...) {
+            progress.clear();
+            throw;
+        }
+        progress.summary(fmt::format(
+            "wrote {}: {}, {}, {} x {} pixels", args_.output == "-" ? "standard output" : args_.output,
+            zvimage::formatName(outputFormat_), zvimage::spaceOf(conversion_.to).name, info.width, info.height));
+    }
+
+    const ConvertArguments& args_;
+    zvimage::ReadOptions readOptions_;
+    zvimage::WriteOptions writeOptions_;
+    Format outputFormat_ = Format::kRaw;
+    Conversion conversion_;
+    std::unique_ptr<zvimage::ImageReader> reader_;
+};
+
+}  // namespace
+
+void runConvert(const ConvertArguments& arguments) { ConvertCommand(arguments).run(); }
+
+}  // namespace zvtool

@@ -1,0 +1,196 @@
+#include "strip_converter.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "zverror.h"
+
+namespace zvtool {
+
+namespace {
+
+constexpr int64_t kStripBytes = 1 << 20;
+
+bool isHub(int32_t space) { return space == CLRSPACE_RGB || space == CLRSPACE_BGR; }
+
+// Rows of 9 bits round up, so that the library asks for more than the pixels have.
+size_t bufferBytes(int32_t space, int32_t width, int32_t rows) {
+    const int64_t rounded = (int64_t{zvimage::spaceOf(space).bits} * width + 7) / 8 * rows;
+    return static_cast<size_t>(std::max(rounded, zvimage::layoutOf(space).bytes(width, rows)));
+}
+
+void check(int32_t result) {
+    if (result != CLR_SUCCESS) {
+        throw LibraryError(result);
+    }
+}
+
+// The hub order that a step asks for; none when it serves both.
+std::optional<int32_t> hubAfter(const Conversion& conversion) {
+    if (isHub(conversion.from)) {
+        return conversion.from;
+    }
+    // With a layout of its own the library writes blue first, whatever the hub.
+    return conversion.sourceYuv ? std::optional<int32_t>(CLRSPACE_BGR) : std::nullopt;
+}
+
+std::optional<int32_t> hubBefore(const Conversion& conversion) {
+    if (isHub(conversion.to)) {
+        return conversion.to;
+    }
+    // The direct route to YCCK takes the first byte for red, the Lab encoder with a record the last.
+    if (conversion.to == CLRSPACE_YCCK) {
+        return CLRSPACE_RGB;
+    }
+    return conversion.destinationLab ? std::optional<int32_t>(CLRSPACE_BGR) : std::nullopt;
+}
+
+}  // namespace
+
+LibraryError::LibraryError(int32_t code)
+    : std::runtime_error(fmt::format("the conversion failed with {} ({}): {} {}", ZvErrorName(code), code,
+                                     ZvErrorMeaning(code), ZvErrorCause(code))),
+      code_(code) {}
+
+int32_t stripRows(int32_t width, int32_t rowUnit, const Conversion& conversion) {
+    const int32_t unit = rowUnit % 4 == 0 ? rowUnit : rowUnit % 2 == 0 ? rowUnit * 2 : rowUnit * 4;
+    const int64_t bytesPerRow = int64_t{width} * 4;
+    const int64_t units = std::max<int64_t>(1, kStripBytes / (bytesPerRow * unit));
+    int64_t rows = units * unit;
+    // What the library asks of planes grows with their periods.
+    constexpr int64_t kMaxSource = int64_t{64} << 20;
+    if (conversion.sourceYuv) {
+        while (rows > unit && conversion.sourceYuv->sourceBytes(width, static_cast<int32_t>(rows)) > kMaxSource) {
+            rows -= unit;
+        }
+        if (conversion.sourceYuv->sourceBytes(width, static_cast<int32_t>(rows)) > int64_t{1} << 30) {
+            throw zvimage::ContradictionError(
+                fmt::format("rows of {} pixels are too wide for this --yuv-params layout", width));
+        }
+    }
+    return static_cast<int32_t>(rows);
+}
+
+StripConverter::StripConverter(Conversion conversion) : conversion_(std::move(conversion)) {
+    const Conversion& c = conversion_;
+    const bool records = c.sourceYuv || c.sourceLab.has_value() != c.destinationLab.has_value();
+    if (c.from == c.to && !records) {
+        return;
+    }
+    const std::optional<int32_t> after = hubAfter(c);
+    const std::optional<int32_t> before = hubBefore(c);
+    const int32_t first = after.value_or(before.value_or(CLRSPACE_RGB));
+    const int32_t second = before.value_or(first);
+    const bool cmykRecord = c.gcrLevel.has_value();
+    if (!isHub(c.from)) {
+        addStep(c.from, first, c.sourceYuv || c.sourceLab || (cmykRecord && c.from == CLRSPACE_CMYK));
+    }
+    if (first != second) {
+        addStep(first, second, false);
+    }
+    if (!isHub(c.to)) {
+        addStep(second, c.to, c.destinationLab || (cmykRecord && c.to == CLRSPACE_CMYK));
+    }
+    if (c.sourceYuv && c.sourceYuv->planar) {
+        pixelConverter_ = createPixelConverter();
+    }
+}
+
+void StripConverter::addStep(int32_t from, int32_t to, bool record) {
+    steps_.push_back({from, to, record ? createConverter(from, to) : nullptr});
+}
+
+StripConverter::Handle StripConverter::createConverter(int32_t from, int32_t to) const {
+    ClrCmykParams cmyk = {static_cast<int32_t>(sizeof cmyk), conversion_.gcrLevel.value_or(0), 0};
+    ClrLabParams lab = from == CLRSPACE_LAB ? conversion_.sourceLab.value_or(ClrLabParams{})
+                                            : conversion_.destinationLab.value_or(ClrLabParams{});
+    ClrYuvParams yuv = conversion_.sourceYuv ? conversion_.sourceYuv->record() : ClrYuvParams{};
+    ClrParams params = {};
+    params.size = static_cast<uint32_t>(sizeof params);
+    params.methods = CLRMETHOD_BUILTIN;
+    params.activeMethod = CLRMETHOD_BUILTIN;
+    params.cmykParams = conversion_.gcrLevel ? &cmyk : nullptr;
+    params.labParams = lab.size != 0 ? &lab : nullptr;
+    params.yuvParams = conversion_.sourceYuv ? &yuv : nullptr;
+    ClrHandle* handle = nullptr;
+    check(Zv_ClrInit(&handle, from, to, &params));
+    return Handle(handle);
+}
+
+StripConverter::Handle StripConverter::createPixelConverter() const {
+    static constexpr int32_t kPositions[] = {0, 1, 2};
+    ClrYuvParams yuv = {};
+    yuv.size = static_cast<int32_t>(sizeof yuv);
+    yuv.uSampleX = 1;
+    yuv.uSampleY = 1;
+    yuv.vSampleX = 1;
+    yuv.vSampleY = 1;
+    yuv.positions = kPositions;
+    yuv.macroPixelSize = 1;
+    yuv.fullRange = conversion_.sourceYuv->fullRange ? 1 : 0;
+    ClrParams params = {};
+    params.size = static_cast<uint32_t>(sizeof params);
+    params.methods = CLRMETHOD_BUILTIN;
+    params.activeMethod = CLRMETHOD_BUILTIN;
+    params.yuvParams = &yuv;
+    ClrHandle* handle = nullptr;
+    check(Zv_ClrInit(&handle, CLRSPACE_YUV, CLRSPACE_BGR, &params));
+    return Handle(handle);
+}
+
+size_t StripConverter::sourceBytes(int32_t width, int32_t rows) const {
+    return conversion_.sourceYuv ? static_cast<size_t>(conversion_.sourceYuv->sourceBytes(width, rows))
+                                 : bufferBytes(conversion_.from, width, rows);
+}
+
+size_t StripConverter::destinationBytes(int32_t width, int32_t rows) const {
+    return bufferBytes(conversion_.to, width, rows);
+}
+
+void StripConverter::convert(const uint8_t* source, uint8_t* destination, int32_t width, int32_t rows) {
+    if (copies()) {
+        std::memcpy(destination, source, static_cast<size_t>(zvimage::layoutOf(conversion_.from).bytes(width, rows)));
+        return;
+    }
+    const uint8_t* input = source;
+    for (size_t i = 0; i < steps_.size(); ++i) {
+        uint8_t* output = destination;
+        if (i + 1 < steps_.size()) {
+            std::vector<uint8_t>& hub = hubs_[i % 2];
+            hub.resize(bufferBytes(CLRSPACE_RGB, width, rows));
+            output = hub.data();
+        }
+        run(steps_[i], input, output, width, rows);
+        input = output;
+    }
+}
+
+void StripConverter::run(const Step& step, const uint8_t* source, uint8_t* destination, int32_t width,
+                         int32_t rows) const {
+    if (!step.converter) {
+        check(Zv_ClrConvertDirect(step.from, step.to, source, destination, width, rows, 0, 0));
+        return;
+    }
+    check(Zv_ClrConvert(step.converter.get(), source, destination, width, rows, 0, 0));
+    if (pixelConverter_ && step.from == CLRSPACE_YUV) {
+        convertLastPixel(source, destination, width, rows);
+    }
+}
+
+// The library leaves the last pixel of planes unconverted.
+void StripConverter::convertLastPixel(const uint8_t* source, uint8_t* destination, int32_t width, int32_t rows) const {
+    const zvimage::RawLayout layout = conversion_.sourceYuv->rawLayout();
+    uint8_t pixel[3] = {};
+    int64_t end = 0;
+    for (size_t i = 0; i < layout.planes.size(); ++i) {
+        end += layout.planes[i].bytes(width, rows);
+        const char plane = conversion_.sourceYuv->order[i];
+        pixel[plane == 'Y' ? 0 : plane == 'U' ? 1 : 2] = source[end - 1];
+    }
+    uint8_t* last = destination + (int64_t{width} * rows - 1) * 3;
+    check(Zv_ClrConvert(pixelConverter_.get(), pixel, last, 1, 1, 0, 0));
+}
+
+}  // namespace zvtool
