@@ -30,17 +30,17 @@
  * static library on Windows.
  */
 #if defined(_WIN32)
-#  if defined(ZVCLR_BUILDING)
-#    define ZVCLR_API __declspec(dllexport)
-#  elif defined(ZVCLR_STATIC)
-#    define ZVCLR_API
-#  else
-#    define ZVCLR_API __declspec(dllimport)
-#  endif
+#    if defined(ZVCLR_BUILDING)
+#        define ZVCLR_API __declspec(dllexport)
+#    elif defined(ZVCLR_STATIC)
+#        define ZVCLR_API
+#    else
+#        define ZVCLR_API __declspec(dllimport)
+#    endif
 #elif defined(__GNUC__)
-#  define ZVCLR_API __attribute__((visibility("default")))
+#    define ZVCLR_API __attribute__((visibility("default")))
 #else
-#  define ZVCLR_API
+#    define ZVCLR_API
 #endif
 
 /*
@@ -69,24 +69,24 @@ extern "C" {
  * space has a kernel from and to.
  */
 enum ClrSpaceId {
-    CLRSPACE_RGB = 0,      /**< 24 bits, hub: R, G, B */
-    CLRSPACE_YUV = 1,      /**< 24 bits: Y, U, V, all unsigned */
-    CLRSPACE_CMYK = 2,     /**< 32 bits: C, M, Y, K; 255 is full ink */
-    CLRSPACE_HSV = 3,      /**< 24 bits: H (255 is 360 degrees), S, V */
-    CLRSPACE_HLS = 4,      /**< 24 bits: H (0 red, 85 green, 170 blue), L, S */
-    CLRSPACE_YIQ = 5,      /**< 24 bits: Y, I, Q, all unsigned */
-    CLRSPACE_CMY = 6,      /**< 24 bits: C, M, Y */
-    CLRSPACE_LAB = 7,      /**< 24 bits: L (255 is 100), a and b two's complement; with ClrLabParams unsigned, see there */
-    CLRSPACE_XYZ = 8,      /**< 24 bits: X, Y, Z; 255 is 1.0 */
-    CLRSPACE_YUY2 = 9,     /**< 16 bits: Y0, U, Y1, V for two pixels; width a multiple of 2 */
-    CLRSPACE_YVU9 = 10,    /**< 9 bits, planar: Y, then V, then U with one byte for 4 x 4 pixels; width and height multiples of 4 */
-    CLRSPACE_YCCK = 11,    /**< 32 bits: Y, Cb, Cr (offset 128), K */
-    CLRSPACE_BGR = 12,     /**< 24 bits, hub: B, G, R (the order of a 24-bit device-independent bitmap) */
-    CLRSPACE_Y41P = 13,    /**< 12 bits: Ua, Y0, Va, Y1, Ub, Y2, Vb, Y3 to Y7 for eight pixels; width a multiple of 8 */
-    CLRSPACE_UYVY = 14,    /**< 16 bits: U, Y0, V, Y1 for two pixels; width a multiple of 2 */
-    CLRSPACE_YCBCR = 15,   /**< 24 bits: Y unsigned, Cb and Cr two's complement without offset */
-    CLRSPACE_HSI = 128,    /**< 24 bits: I, H, S */
-    CLRSPACE_RGB444 = 144  /**< 16 bits: R in the low nibble of byte 0; G high and B low nibble of byte 1 */
+    CLRSPACE_RGB = 0,     /**< 24 bits, hub: R, G, B */
+    CLRSPACE_YUV = 1,     /**< 24 bits: Y, U, V, all unsigned */
+    CLRSPACE_CMYK = 2,    /**< 32 bits: C, M, Y, K; 255 is full ink */
+    CLRSPACE_HSV = 3,     /**< 24 bits: H (255 is 360 degrees), S, V */
+    CLRSPACE_HLS = 4,     /**< 24 bits: H (0 red, 85 green, 170 blue), L, S */
+    CLRSPACE_YIQ = 5,     /**< 24 bits: Y, I, Q, all unsigned */
+    CLRSPACE_CMY = 6,     /**< 24 bits: C, M, Y */
+    CLRSPACE_LAB = 7,     /**< 24 bits: L (255 is 100), a and b two's complement; see ClrLabParams */
+    CLRSPACE_XYZ = 8,     /**< 24 bits: X, Y, Z; 255 is 1.0 */
+    CLRSPACE_YUY2 = 9,    /**< 16 bits: Y0, U, Y1, V for two pixels; width a multiple of 2 */
+    CLRSPACE_YVU9 = 10,   /**< 9 bits, planar: Y, V, U (one byte for 4 x 4 pixels); sizes multiples of 4 */
+    CLRSPACE_YCCK = 11,   /**< 32 bits: Y, Cb, Cr (offset 128), K */
+    CLRSPACE_BGR = 12,    /**< 24 bits, hub: B, G, R (the order of a 24-bit device-independent bitmap) */
+    CLRSPACE_Y41P = 13,   /**< 12 bits: Ua, Y0, Va, Y1, Ub, Y2, Vb, Y3 to Y7 for eight pixels; width a multiple of 8 */
+    CLRSPACE_UYVY = 14,   /**< 16 bits: U, Y0, V, Y1 for two pixels; width a multiple of 2 */
+    CLRSPACE_YCBCR = 15,  /**< 24 bits: Y unsigned, Cb and Cr two's complement without offset */
+    CLRSPACE_HSI = 128,   /**< 24 bits: I, H, S */
+    CLRSPACE_RGB444 = 144 /**< 16 bits: R in the low nibble of byte 0; G high and B low nibble of byte 1 */
 };
 
 /* ------------------------------------------------------------------------- */
@@ -120,39 +120,39 @@ enum ClrParamMask {
 
 /** Result codes. zverror.h holds the texts. */
 enum ClrResult {
-    CLR_SUCCESS = 1,                      /**< the operation succeeded */
-    ERR_FAILURE = -1,                     /**< general failure */
-    ERR_NO_MEMORY = -3,                   /**< an allocation failed */
-    ERR_FILE_WRITE = -5,                  /**< writing a file failed */
-    ERR_FILE_READ = -7,                   /**< reading a file failed */
-    ERR_FILE_NOT_FOUND = -8,              /**< a named file does not exist, or its name is longer than 259 characters */
-    ERR_IMAGE_OPEN = -10,                 /**< the image file could not be opened for scanning */
-    ERR_INVALID_PARAMETER = -13,          /**< null pointer, size below 1, bad fields, or a kernel cannot reach its buffer */
-    ERR_FILE_OPEN = -14,                  /**< a file could not be opened */
-    ERR_BAD_TAG = -37,                    /**< a tag is missing or a selector is out of range; also an achromatic HLS pixel with a hue */
-    ERR_BAD_POINTER = -60,                /**< a record or buffer cannot be read or written */
-    ERR_FILE_FAULT = -149,                /**< a fault was caught while an image file was scanned */
-    ERR_INVALID_HANDLE = -261,            /**< not a live converter */
-    ERR_SAME_BUFFER = -351,               /**< source and destination are one buffer and one space */
-    ERR_COLORSPACE_UNSUPPORTED = -785,    /**< the colour space is not legal for the operation */
-    ERR_METHOD_UNAVAILABLE = -786,        /**< no usable method, or the active one is not enabled */
-    ERR_PROFILE_LOAD = -787,              /**< a profile could not be opened by the transform engine */
-    ERR_TRANSFORM_CREATE = -788,          /**< a profile does not fit the pixel format */
-    ERR_STRUCT_SIZE = -789,               /**< the size field of a record is wrong */
-    ERR_YUV_SAMPLING_RATIO = -791,        /**< U and V sampling periods do not divide each other */
-    ERR_YUV_VERTICAL_PACKED = -792,       /**< vertical sub-sampling in a packed layout */
-    ERR_YUV_PLANAR_PADDING = -793,        /**< a planar layout with row padding */
-    ERR_WIDTH_MULTIPLE = -796,            /**< width is not a multiple of the format's block */
-    ERR_YVU9_SIZE = -797,                 /**< width or height of a YVU9 image is not a multiple of 4 */
-    ERR_NO_PROFILE = -812,                /**< no ICC profile is there */
-    ERR_PROFILE_TRUNCATED = -813,         /**< the data ended inside a profile */
-    ERR_PROFILE_UNUSABLE = -817,          /**< a profile or its transform cannot be used */
-    ERR_COLORSPACE_MISMATCH = -918,       /**< the platform's colour management found mismatching spaces */
-    ERR_UNKNOWN_TAG = -1150,              /**< warning: the tag's signature is unknown, data delivered */
-    ERR_UNKNOWN_TAG_TYPE = -1151,         /**< warning: the tag's type is unknown, data delivered */
-    ERR_UNKNOWN_TAG_AND_TYPE = -1152,     /**< warning: neither is known, data delivered */
-    ERR_BAD_PROFILE = -1153,              /**< a profile fails a basic check */
-    ERR_FORMAT_NO_ICC = -1154             /**< the image file format cannot hold an ICC profile */
+    CLR_SUCCESS = 1,                   /**< the operation succeeded */
+    ERR_FAILURE = -1,                  /**< general failure */
+    ERR_NO_MEMORY = -3,                /**< an allocation failed */
+    ERR_FILE_WRITE = -5,               /**< writing a file failed */
+    ERR_FILE_READ = -7,                /**< reading a file failed */
+    ERR_FILE_NOT_FOUND = -8,           /**< a named file does not exist, or its name is longer than 259 characters */
+    ERR_IMAGE_OPEN = -10,              /**< the image file could not be opened for scanning */
+    ERR_INVALID_PARAMETER = -13,       /**< null pointer, size below 1, bad fields, unreachable buffer */
+    ERR_FILE_OPEN = -14,               /**< a file could not be opened */
+    ERR_BAD_TAG = -37,                 /**< missing tag, bad selector; an achromatic HLS pixel with a hue */
+    ERR_BAD_POINTER = -60,             /**< a record or buffer cannot be read or written */
+    ERR_FILE_FAULT = -149,             /**< a fault was caught while an image file was scanned */
+    ERR_INVALID_HANDLE = -261,         /**< not a live converter */
+    ERR_SAME_BUFFER = -351,            /**< source and destination are one buffer and one space */
+    ERR_COLORSPACE_UNSUPPORTED = -785, /**< the colour space is not legal for the operation */
+    ERR_METHOD_UNAVAILABLE = -786,     /**< no usable method, or the active one is not enabled */
+    ERR_PROFILE_LOAD = -787,           /**< a profile could not be opened by the transform engine */
+    ERR_TRANSFORM_CREATE = -788,       /**< a profile does not fit the pixel format */
+    ERR_STRUCT_SIZE = -789,            /**< the size field of a record is wrong */
+    ERR_YUV_SAMPLING_RATIO = -791,     /**< U and V sampling periods do not divide each other */
+    ERR_YUV_VERTICAL_PACKED = -792,    /**< vertical sub-sampling in a packed layout */
+    ERR_YUV_PLANAR_PADDING = -793,     /**< a planar layout with row padding */
+    ERR_WIDTH_MULTIPLE = -796,         /**< width is not a multiple of the format's block */
+    ERR_YVU9_SIZE = -797,              /**< width or height of a YVU9 image is not a multiple of 4 */
+    ERR_NO_PROFILE = -812,             /**< no ICC profile is there */
+    ERR_PROFILE_TRUNCATED = -813,      /**< the data ended inside a profile */
+    ERR_PROFILE_UNUSABLE = -817,       /**< a profile or its transform cannot be used */
+    ERR_COLORSPACE_MISMATCH = -918,    /**< the platform's colour management found mismatching spaces */
+    ERR_UNKNOWN_TAG = -1150,           /**< warning: the tag's signature is unknown, data delivered */
+    ERR_UNKNOWN_TAG_TYPE = -1151,      /**< warning: the tag's type is unknown, data delivered */
+    ERR_UNKNOWN_TAG_AND_TYPE = -1152,  /**< warning: neither is known, data delivered */
+    ERR_BAD_PROFILE = -1153,           /**< a profile fails a basic check */
+    ERR_FORMAT_NO_ICC = -1154          /**< the image file format cannot hold an ICC profile */
 };
 
 /* ------------------------------------------------------------------------- */
@@ -174,7 +174,7 @@ typedef struct ClrWhitePoint {
 /** An ICC profile in memory. Byte-packed, 20 bytes. Record and data are copied by Zv_ClrInit. */
 typedef struct ClrProfileMemory {
     uint32_t size;     /**< size of this record; not checked */
-    void *data;        /**< the profile image; at least dataSize readable bytes */
+    void* data;        /**< the profile image; at least dataSize readable bytes */
     uint64_t dataSize; /**< its length in bytes, not zero */
 } ClrProfileMemory;
 
@@ -192,12 +192,12 @@ typedef struct ClrProfileMemory {
  */
 typedef struct ClrYuvParams {
     int32_t size;             /**< must be 44 */
-    int32_t mask;             /**< what an update takes: 1 uSampleX, 2 uSampleY, 4 vSampleX, 8 vSampleY, 16 positions, 32 macroPixelSize, 64 fullRange */
+    int32_t mask;             /**< update: 1, 2, 4, 8 the periods in order, 16 positions, 32 and 64 the next two */
     int32_t uSampleX;         /**< horizontal period of U in pixels, 1 or more */
     int32_t uSampleY;         /**< vertical period of U, 1 or more; 1 in a packed layout */
     int32_t vSampleX;         /**< horizontal period of V */
     int32_t vSampleY;         /**< vertical period of V */
-    const int32_t *positions; /**< see above */
+    const int32_t* positions; /**< see above */
     int32_t macroPixelSize;   /**< luma samples of a packed macro-pixel, 1 or more */
     int32_t fullRange;        /**< not 0: no offsets (16 and 128) are taken off the samples */
     int32_t planar;           /**< not 0: three planes */
@@ -236,19 +236,19 @@ typedef struct ClrLabParams {
  * null and stay the caller's; what they point to is copied.
  */
 typedef struct ClrParams {
-    uint32_t size;                             /**< must be 1648, sizeof(ClrParams) */
-    uint32_t activeMethod;                     /**< one CLRMETHOD_ value, among methods */
-    ClrWhitePoint *whitePoint;                 /**< null for D50 */
-    ZvChar inputProfileName[CLR_NAME_LENGTH];  /**< path of the caller's input profile, or empty */
-    ClrProfileMemory *inputProfileMemory;      /**< input profile in memory; goes before the name */
-    ZvChar outputProfileName[CLR_NAME_LENGTH]; /**< path of the caller's output profile, or empty */
-    ClrProfileMemory *outputProfileMemory;     /**< output profile in memory; goes before the name */
-    ZvChar emulationTableName[CLR_NAME_LENGTH];/**< path of the custom emulation table, or empty */
-    ClrCmykParams *cmykParams;                 /**< null for the default black generation */
-    ClrYuvParams *yuvParams;                   /**< null for plain CLRSPACE_YUV pixels */
-    ClrLabParams *labParams;                   /**< null for the plain encoding of CLRSPACE_LAB */
-    uint32_t methods;                          /**< set of CLRMETHOD_ bits to prepare; in an update the CLRPARAM_ mask */
-    uint32_t emulationMethod;                  /**< must be 8 when activeMethod is CLRMETHOD_EMULATION */
+    uint32_t size;                              /**< must be 1648, sizeof(ClrParams) */
+    uint32_t activeMethod;                      /**< one CLRMETHOD_ value, among methods */
+    ClrWhitePoint* whitePoint;                  /**< null for D50 */
+    ZvChar inputProfileName[CLR_NAME_LENGTH];   /**< path of the caller's input profile, or empty */
+    ClrProfileMemory* inputProfileMemory;       /**< input profile in memory; goes before the name */
+    ZvChar outputProfileName[CLR_NAME_LENGTH];  /**< path of the caller's output profile, or empty */
+    ClrProfileMemory* outputProfileMemory;      /**< output profile in memory; goes before the name */
+    ZvChar emulationTableName[CLR_NAME_LENGTH]; /**< path of the custom emulation table, or empty */
+    ClrCmykParams* cmykParams;                  /**< null for the default black generation */
+    ClrYuvParams* yuvParams;                    /**< null for plain CLRSPACE_YUV pixels */
+    ClrLabParams* labParams;                    /**< null for the plain encoding of CLRSPACE_LAB */
+    uint32_t methods;                           /**< CLRMETHOD_ bits to prepare; in an update the CLRPARAM_ mask */
+    uint32_t emulationMethod;                   /**< must be 8 when activeMethod is CLRMETHOD_EMULATION */
 } ClrParams;
 
 /* ------------------------------------------------------------------------- */
@@ -274,7 +274,7 @@ typedef struct ClrParams {
  * When neither space is a hub (RGB, BGR) every conversion runs in two built-in
  * steps through RGB, whatever the method.
  */
-ZVCLR_API int32_t Zv_ClrInit(ClrHandle **receiver, int32_t sourceSpace, int32_t destinationSpace, ClrParams *params);
+ZVCLR_API int32_t Zv_ClrInit(ClrHandle** receiver, int32_t sourceSpace, int32_t destinationSpace, ClrParams* params);
 
 /**
  * Releases a converter and all that it owns.
@@ -283,10 +283,10 @@ ZVCLR_API int32_t Zv_ClrInit(ClrHandle **receiver, int32_t sourceSpace, int32_t 
  *         (not a live converter, for example already released).
  * Must not overlap another call with the same converter.
  */
-ZVCLR_API int32_t Zv_ClrFree(ClrHandle *converter);
+ZVCLR_API int32_t Zv_ClrFree(ClrHandle* converter);
 
 /** @return 1 if the pointer is a live converter, ERR_INVALID_HANDLE otherwise. Any pointer may be asked. */
-ZVCLR_API int32_t Zv_ClrIsValid(const ClrHandle *converter);
+ZVCLR_API int32_t Zv_ClrIsValid(const ClrHandle* converter);
 
 /**
  * Converts an image with a converter.
@@ -309,7 +309,7 @@ ZVCLR_API int32_t Zv_ClrIsValid(const ClrHandle *converter);
  * the padding. Without a hub on either side, 1 comes back whatever happened, and the
  * converter's records are not used.
  */
-ZVCLR_API int32_t Zv_ClrConvert(const ClrHandle *converter, const void *source, void *destination, int32_t width,
+ZVCLR_API int32_t Zv_ClrConvert(const ClrHandle* converter, const void* source, void* destination, int32_t width,
                                 int32_t height, int32_t sourceRowExtra, int32_t destinationRowExtra);
 
 /**
@@ -327,8 +327,8 @@ ZVCLR_API int32_t Zv_ClrConvert(const ClrHandle *converter, const void *source, 
  * equal padding on both sides there: the temporary image is written with the padding of the
  * destination and read with that of the source.
  */
-ZVCLR_API int32_t Zv_ClrConvertDirect(int32_t sourceSpace, int32_t destinationSpace, const void *source,
-                                      void *destination, int32_t width, int32_t height, int32_t sourceRowExtra,
+ZVCLR_API int32_t Zv_ClrConvertDirect(int32_t sourceSpace, int32_t destinationSpace, const void* source,
+                                      void* destination, int32_t width, int32_t height, int32_t sourceRowExtra,
                                       int32_t destinationRowExtra);
 
 /**
@@ -341,7 +341,7 @@ ZVCLR_API int32_t Zv_ClrConvertDirect(int32_t sourceSpace, int32_t destinationSp
  *               Null is the program's executable on Windows and the library itself elsewhere.
  *               The module stays the caller's and must outlive its use.
  */
-ZVCLR_API void SetResModule(void *module);
+ZVCLR_API void SetResModule(void* module);
 
 #if !defined(_WIN32)
 /**
@@ -350,10 +350,10 @@ ZVCLR_API void SetResModule(void *module);
  * type is null.
  */
 typedef struct ZvModuleResource {
-    const ZvChar *type; /**< "ICM" or "ET" */
+    const ZvChar* type; /**< "ICM" or "ET" */
     uint32_t id;        /**< for example 105 */
     uint32_t size;      /**< bytes of data */
-    const void *data;   /**< the block; must live as long as the module */
+    const void* data;   /**< the block; must live as long as the module */
 } ZvModuleResource;
 #endif
 
@@ -363,9 +363,9 @@ typedef struct ZvModuleResource {
 
 /* Record sizes and offsets are part of the contract (64-bit systems). */
 #if defined(__cplusplus)
-#  define ZVCLR_STATIC_ASSERT(condition, name) static_assert(condition, #name)
+#    define ZVCLR_STATIC_ASSERT(condition, name) static_assert(condition, #    name)
 #else
-#  define ZVCLR_STATIC_ASSERT(condition, name) typedef char zvclr_assert_##name[(condition) ? 1 : -1]
+#    define ZVCLR_STATIC_ASSERT(condition, name) typedef char zvclr_assert_##name[(condition) ? 1 : -1]
 #endif
 
 ZVCLR_STATIC_ASSERT(sizeof(ZvChar) == 2, characters_have_16_bits);

@@ -26,7 +26,7 @@
     X(CLRSPACE_LAB, "lab", 24, 1, 1, "L a b", "L* with 255 for 100; a* and b* two's complement")                       \
     X(CLRSPACE_XYZ, "xyz", 24, 1, 1, "X Y Z", "255 is 1.0")                                                            \
     X(CLRSPACE_YUY2, "yuy2", 16, 2, 1, "Y0 U Y1 V", "4:2:2, studio range, two pixels in four bytes")                   \
-    X(CLRSPACE_YVU9, "yvu9", 9, 4, 4, "plane Y, plane V, plane U", "planar, studio range, chroma once for 4 x 4 pixels") \
+    X(CLRSPACE_YVU9, "yvu9", 9, 4, 4, "plane Y, plane V, plane U", "planar, studio range, chroma for 4 x 4 pixels")    \
     X(CLRSPACE_YCCK, "ycck", 32, 1, 1, "Y Cb Cr K", "luma and chroma of CMY (offset 128), black as it is")             \
     X(CLRSPACE_BGR, "bgr", 24, 1, 1, "B G R", "hub; blue, green, red as in 24-bit bitmaps")                            \
     X(CLRSPACE_Y41P, "y41p", 12, 8, 1, "Ua Y0 Va Y1 Ub Y2 Vb Y3 Y4 Y5 Y6 Y7",                                          \

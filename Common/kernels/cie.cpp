@@ -1,29 +1,26 @@
 #include "Common/kernels/cie.h"
 
 #include "Common/kernels/kernels.h"
+#include "Common/kernels/lazy_table.h"
 #include "Common/kernels/row_frame.h"
 
 namespace zv {
 
 namespace {
 
+using LinearTable = std::array<double, 256>;
+
 /// Linear light of every byte: three powers of six saved for each pixel.
+constinit LazyTable<LinearTable> linearTable([](LinearTable& table) noexcept {
+    for (size_t i = 0; i < table.size(); ++i) table[i] = lab::Linear(static_cast<uint8_t>(i));
+});
+
 class FastLab : public Lab {
 public:
     Pixel<3> FromRgb(Rgb p) const noexcept { return Stored(lab::FromLinear(linear_[p.r], linear_[p.g], linear_[p.b])); }
 
 private:
-    using Table = std::array<double, 256>;
-    static const Table& Linear() noexcept {
-        static const Table table = [] {
-            Table values{};
-            for (size_t i = 0; i < 256; ++i) values[i] = lab::Linear(static_cast<uint8_t>(i));
-            return values;
-        }();
-        return table;
-    }
-
-    const Table& linear_ = Linear();
+    const LinearTable& linear_ = linearTable.Get();
 };
 
 struct RecordLabEncoder {

@@ -1,29 +1,26 @@
 #include "Common/kernels/hue.h"
 
 #include "Common/kernels/kernels.h"
+#include "Common/kernels/lazy_table.h"
 #include "Common/kernels/row_frame.h"
 
 namespace zv {
 
 namespace {
 
+using AngleTable = std::array<Hsi::Angle, 256>;
+
 /// The cosines of every hue byte.
+constinit LazyTable<AngleTable> angleTable([](AngleTable& table) noexcept {
+    for (size_t i = 0; i < table.size(); ++i) table[i] = Hsi::AngleOf(static_cast<uint8_t>(i));
+});
+
 class FastHsi : public Hsi {
 public:
     Rgb ToRgb(Pixel<3> p) const noexcept { return Hsi::ToRgb(p, angles_[p[1]]); }
 
 private:
-    using Table = std::array<Angle, 256>;
-    static const Table& Angles() noexcept {
-        static const Table table = [] {
-            Table values{};
-            for (size_t i = 0; i < 256; ++i) values[i] = AngleOf(static_cast<uint8_t>(i));
-            return values;
-        }();
-        return table;
-    }
-
-    const Table& angles_ = Angles();
+    const AngleTable& angles_ = angleTable.Get();
 };
 
 /// Pixels of a row before the first one with a data error.

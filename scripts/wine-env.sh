@@ -1,0 +1,41 @@
+# shellcheck shell=sh
+# The environment of Windows programs under wine; sourced by programs that set `root` to the top of the tree.
+# WINEPREFIX may name a folder of your own; all builds share one, since a prefix takes 700 MB.
+
+ZVCLR_WINE=${ZVCLR_WINE:-/usr/lib/wine/wine64}
+ZVCLR_WINESERVER=${ZVCLR_WINESERVER:-/usr/lib/wine/wineserver64}
+WINEPREFIX=${WINEPREFIX:-${root:?}/build/wine}
+# The C locale would break file names beyond ASCII.
+LC_ALL=C.UTF-8
+WINEDEBUG=-all
+# Without the debugger a crash ends with a code of its own; with it, it may end with 0.
+WINEDLLOVERRIDES='mscoree,mshtml=;winemenubuilder.exe,winedbg.exe=d'
+export WINEPREFIX LC_ALL WINEDEBUG WINEDLLOVERRIDES
+unset DISPLAY
+
+# Idle for three seconds, the server ends its helpers, and a program that starts in that moment is lost with them.
+zvclr_wine_keep_server() { "$ZVCLR_WINESERVER" -p300 </dev/null >/dev/null 2>&1 || true; }
+
+# Makes the prefix once; parallel callers wait for the first.
+zvclr_wine_prepare() {
+    if [ -e "$WINEPREFIX/.zvclr-ready" ]; then
+        zvclr_wine_keep_server
+        return 0
+    fi
+    if [ ! -x "$ZVCLR_WINE" ]; then
+        echo "wine64 is missing: install the package wine64" >&2
+        return 1
+    fi
+    mkdir -p "$WINEPREFIX" || return 1
+    (
+        flock 9 || exit 1
+        [ -e "$WINEPREFIX/.zvclr-ready" ] && exit 0
+        "$ZVCLR_WINE" wineboot --init </dev/null >/dev/null 2>&1 9>&- || exit 1
+        # Dialogs run without any display.
+        "$ZVCLR_WINE" reg add 'HKCU\Software\Wine\Drivers' /v Graphics /t REG_SZ /d null /f \
+            </dev/null >/dev/null 2>&1 9>&- || exit 1
+        "$ZVCLR_WINESERVER" -w 9>&-
+        : >"$WINEPREFIX/.zvclr-ready"
+    ) 9>"$WINEPREFIX/.zvclr-lock" || return 1
+    zvclr_wine_keep_server
+}

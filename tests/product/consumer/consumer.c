@@ -1,0 +1,43 @@
+/* Converts three pixels as a stranger would, by the installed header and library; C99 and C++11. */
+#include <stdio.h>
+#include <string.h>
+#include <zvclr.h>
+#include <zvspaces.h>
+#ifdef WITH_COMPANION
+#    include <zverror.h>
+#endif
+
+int main(void) {
+    const unsigned char rgb[9] = {255, 0, 16, 1, 2, 3, 128, 64, 32};
+    const unsigned char expected[9] = {0, 255, 239, 254, 253, 252, 127, 191, 223};
+    unsigned char cmy[9] = {0};
+    ClrHandle* converter = NULL;
+    int32_t result;
+
+    if (strcmp(ZVCLR_VERSION_STRING, EXPECTED_VERSION) != 0) {
+        printf("the header says version %s\n", ZVCLR_VERSION_STRING);
+        return 1;
+    }
+    result = Zv_ClrInit(&converter, CLRSPACE_RGB, CLRSPACE_CMY, NULL);
+    if (result != CLR_SUCCESS || Zv_ClrIsValid(converter) != CLR_SUCCESS) {
+        printf("Zv_ClrInit: %d\n", (int)result);
+        return 1;
+    }
+    result = Zv_ClrConvert(converter, rgb, cmy, 3, 1, 0, 0);
+    if (result != CLR_SUCCESS || memcmp(cmy, expected, sizeof expected) != 0) {
+        printf("Zv_ClrConvert: %d\n", (int)result);
+        return 1;
+    }
+    result = Zv_ClrFree(converter);
+    if (result != CLR_SUCCESS) {
+        printf("Zv_ClrFree: %d\n", (int)result);
+        return 1;
+    }
+#ifdef WITH_COMPANION
+    if (strcmp(ZvErrorName(ERR_NO_MEMORY), "ERR_NO_MEMORY") != 0) {
+        printf("ZvErrorName: %s\n", ZvErrorName(ERR_NO_MEMORY));
+        return 1;
+    }
+#endif
+    return 0;
+}
