@@ -64,7 +64,7 @@ constexpr int32_t ClrMulDiv(int32_t a, int32_t b, int32_t c) noexcept {
     const int64_t divisor = c < 0 ? -int64_t{c} : int64_t{c};
     const int64_t magnitude = ((product < 0 ? -product : product) + divisor / 2) / divisor;
     const int64_t result = (product < 0) != (c < 0) ? -magnitude : magnitude;
-    return result > INT32_MAX || result < INT32_MIN ? -1 : static_cast<int32_t>(result);
+    return result > INT32_MAX || result < -INT32_MAX ? -1 : static_cast<int32_t>(result);
 }
 
 }  // namespace zv

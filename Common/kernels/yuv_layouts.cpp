@@ -208,7 +208,7 @@ int32_t DecodePacked(const KernelImage& image, const ClrYuvParams& p, const int3
 
 int32_t ClrYuvParamsToHub(const uint8_t* source, uint8_t* destination, int32_t width, int32_t height,
                           int32_t sourceRowExtra, int32_t destinationRowExtra, const ClrYuvParams* params) noexcept {
-    if (width < 1 || height < 1) return ERR_INVALID_PARAMETER;
+    if (width < 1 || height < 1 || params == nullptr) return ERR_INVALID_PARAMETER;
     const KernelImage image(source, destination, width, height, sourceRowExtra, destinationRowExtra);
     if (!image.CanWriteDestination(kHubBytes)) return ERR_INVALID_PARAMETER;
     const ClrYuvParams p = *params;

@@ -55,6 +55,7 @@ bool PathOf(LPCWSTR name, char (&path)[PATH_MAX]) noexcept {
 HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD, SECURITY_ATTRIBUTES*, DWORD disposition, DWORD, HANDLE) noexcept {
     char path[PATH_MAX];
     if (!PathOf(name, path)) return INVALID_HANDLE_VALUE;
+    constexpr int kRefused = -1;
     int flags = O_CLOEXEC;
     const bool writes = (access & GENERIC_WRITE) != 0;
     if (writes) {
@@ -75,11 +76,16 @@ HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD, SECURITY_ATTRIBUTES*, DWOR
             flags |= O_CREAT;
             break;
         case TRUNCATE_EXISTING:
-            flags |= O_TRUNC;
+            // Asked for with the right to write only.
+            flags = writes ? flags | O_TRUNC : kRefused;
             break;
         default:
-            Fail(EINVAL);
-            return INVALID_HANDLE_VALUE;
+            flags = kRefused;
+            break;
+    }
+    if (flags == kRefused) {
+        Fail(EINVAL);
+        return INVALID_HANDLE_VALUE;
     }
     int descriptor = -1;
     do {

@@ -1,0 +1,88 @@
+// A program whose first constructor uses the library before the library's own has run, and whose last function sees
+// that the end has released what was left. It has a host of its own, which counts blocks.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "Common/zvclr/frame.h"
+#include "host/host.h"
+#include "zvclr.h"
+
+namespace {
+
+constinit long liveBlocks = 0;
+
+void* Count(void* block) {
+    if (block != nullptr) ++liveBlocks;
+    return block;
+}
+
+void Check(bool condition, const char* what) {
+    if (condition) return;
+    std::fprintf(stderr, "early_use: %s\n", what);
+    std::_Exit(1);
+}
+
+}  // namespace
+
+void* HostAlloc(int64_t size, int64_t count, int32_t, const ZvChar*) noexcept {
+    return Count(std::malloc(static_cast<size_t>(size * count)));
+}
+void* HostAllocZeroed(int64_t size, int64_t count, int32_t, const ZvChar*) noexcept {
+    return Count(std::calloc(static_cast<size_t>(count), static_cast<size_t>(size)));
+}
+void HostFree(void* block, int32_t, const ZvChar*) noexcept {
+    if (block != nullptr) --liveBlocks;
+    std::free(block);
+}
+void HostCopy(void* destination, const void* source, size_t count) noexcept { std::memcpy(destination, source, count); }
+void HostMove(void* destination, const void* source, size_t count) noexcept {
+    std::memmove(destination, source, count);
+}
+void HostFill(void* destination, uint8_t value, size_t count) noexcept { std::memset(destination, value, count); }
+
+namespace {
+
+/// Constructed before every object without a priority, the library's among them.
+class EarlyUser {
+public:
+    EarlyUser() {
+        Check(Zv_ClrInit(&converter_, CLRSPACE_YCCK, CLRSPACE_RGB, nullptr) == CLR_SUCCESS, "early creation failed");
+        constexpr uint8_t kGrey[4] = {255, 128, 128, 127};
+        uint8_t pixel[3] = {};
+        Check(Zv_ClrConvert(converter_, kGrey, pixel, 1, 1, 0, 0) == 0 && pixel[1] == 128, "early conversion failed");
+        uint8_t black[4] = {};
+        constexpr uint8_t kNone[3] = {};
+        Check(Zv_ClrConvertDirect(CLRSPACE_RGB, CLRSPACE_YCCK, kNone, black, 1, 1, 0, 0) == CLR_SUCCESS &&
+                  black[0] == 255 && black[3] == 255,
+              "early direct conversion failed");
+        Check(Zv_ClrConvertDirect(CLRSPACE_CMYK, CLRSPACE_RGB, black, pixel, 1, 1, 0, 0) == CLR_SUCCESS,
+              "early conversion from CMYK failed");
+    }
+    const ClrHandle* Converter() const { return converter_; }
+
+private:
+    ClrHandle* converter_ = nullptr;  // left alive: the end of the program releases it
+};
+
+[[gnu::init_priority(101)]] const EarlyUser earlyUser;
+
+#ifndef _WIN32
+/// Runs after every destructor without a priority, the library's among them.
+[[gnu::destructor(101)]] void SeeThatNothingIsLeft() {
+    Check(zv::RegisteredCount() == 0, "a converter outlived the program");
+    Check(liveBlocks == 0, "blocks outlived the program");
+}
+#endif
+
+}  // namespace
+
+int main() {
+    Check(Zv_ClrIsValid(earlyUser.Converter()) == CLR_SUCCESS, "the attach lost a converter");
+    Check(zv::RegisteredCount() == 1, "the attach changed the list");
+    ClrHandle* second = nullptr;
+    Check(Zv_ClrInit(&second, CLRSPACE_RGB, CLRSPACE_LAB, nullptr) == CLR_SUCCESS, "creation failed");
+    Check(zv::RegisteredCount() == 2 && liveBlocks == 5, "the list does not hold both converters");
+    std::puts("early_use: passed");
+    return 0;
+}

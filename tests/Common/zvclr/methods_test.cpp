@@ -1,0 +1,108 @@
+// Methods whose objects are absent: accepted at creation, and what they convert to.
+#include "tests/support/frame_fixture.h"
+
+namespace zv::test {
+namespace {
+
+constexpr int32_t kWidth = 8;
+constexpr int32_t kHeight = 4;
+
+class MethodsWithoutObjects : public ::testing::Test {
+protected:
+    HostScope host_;
+    std::vector<uint8_t> source_ = RandomBytes(256, 7);
+    std::vector<uint8_t> destination_ = std::vector<uint8_t>(256, 0x5A);
+
+    int32_t Convert(const ClrHandle* converter) {
+        return Zv_ClrConvert(converter, source_.data(), destination_.data(), kWidth, kHeight, 0, 0);
+    }
+    bool Unwritten() const { return destination_ == std::vector<uint8_t>(256, 0x5A); }
+};
+
+TEST_F(MethodsWithoutObjects, ProfilesGiveInvalidParameterBetweenHubs) {
+    for (const uint32_t method : {uint32_t{CLRMETHOD_ICC}, uint32_t{CLRMETHOD_CUSTOM_ICC}}) {
+        ClrParams params = MakeParams(method, method);
+        for (const int32_t hub : kHubs) {
+            const Converter c(hub, 12 - hub, &params);
+            EXPECT_EQ(nullptr, c->iccTransform);
+            EXPECT_EQ(nullptr, c->customTransform);
+            EXPECT_EQ(ERR_INVALID_PARAMETER, Convert(c.Get()));
+            EXPECT_TRUE(Unwritten());
+        }
+    }
+}
+
+TEST_F(MethodsWithoutObjects, EmulationConvertsToNothing) {
+    for (const uint32_t method : {uint32_t{CLRMETHOD_EMULATION}, uint32_t{CLRMETHOD_CUSTOM_EMULATION}}) {
+        ClrParams params = MakeParams(method, method);
+        for (const int32_t hub : kHubs) {
+            for (const int32_t other : {1, 3, 6, 11, 15, 128}) {
+                const Converter fromHub(hub, other, &params);
+                const Converter toHub(other, hub, &params);
+                EXPECT_EQ(nullptr, fromHub->builtinEmulationTable);
+                EXPECT_EQ(nullptr, fromHub->customEmulationTable);
+                EXPECT_EQ(CLR_SUCCESS, Convert(fromHub.Get()));
+                EXPECT_EQ(CLR_SUCCESS, Convert(toHub.Get()));
+                EXPECT_TRUE(Unwritten());
+            }
+        }
+    }
+}
+
+TEST_F(MethodsWithoutObjects, ProfilesFromAndToYcck) {
+    ClrParams params = MakeParams(CLRMETHOD_CUSTOM_ICC, CLRMETHOD_CUSTOM_ICC);
+    // No output profile is given, so that nothing is built.
+    const Converter toHub(CLRSPACE_YCCK, CLRSPACE_RGB, &params);
+    EXPECT_EQ(0, Convert(toHub.Get()));
+    EXPECT_TRUE(Unwritten());
+    const Converter fromHub(CLRSPACE_RGB, CLRSPACE_YCCK, &params);
+    EXPECT_EQ(CLR_SUCCESS, Convert(fromHub.Get()));
+    EXPECT_TRUE(Unwritten());
+}
+
+TEST_F(MethodsWithoutObjects, EqualSpacesByCustomProfilesDoNotCopy) {
+    ClrParams params = MakeParams(CLRMETHOD_CUSTOM_ICC, CLRMETHOD_CUSTOM_ICC);
+    const Converter c(CLRSPACE_HSV, CLRSPACE_HSV, &params);
+    EXPECT_EQ(ERR_INVALID_PARAMETER, Convert(c.Get()));
+    EXPECT_TRUE(Unwritten());
+}
+
+TEST_F(MethodsWithoutObjects, EqualSpacesCopyWithAnyOtherMethod) {
+    ClrParams params = MakeParams(CLRMETHOD_CUSTOM_ICC | CLRMETHOD_BUILTIN, CLRMETHOD_BUILTIN);
+    const Converter c(CLRSPACE_HSV, CLRSPACE_HSV, &params);
+    EXPECT_EQ(CLR_SUCCESS, Convert(c.Get()));
+    EXPECT_EQ(0, std::memcmp(source_.data(), destination_.data(), size_t{kWidth * kHeight * 3}));
+}
+
+TEST_F(MethodsWithoutObjects, RouteThroughTheHubIgnoresTheMethod) {
+    std::vector<uint8_t> expected(256, 0x5A);
+    ASSERT_EQ(CLR_SUCCESS, Zv_ClrConvertDirect(2, 7, source_.data(), expected.data(), kWidth, kHeight, 0, 0));
+    for (const uint32_t method : {1U, 2U, 4U, 8U, 16U}) {
+        FullRecords records(method, method);
+        const Converter c(CLRSPACE_CMYK, CLRSPACE_LAB, &records.params);
+        EXPECT_EQ(2U, c->route);
+        EXPECT_EQ(nullptr, c->iccTransform);
+        EXPECT_EQ(nullptr, c->customTransform);
+        std::fill(destination_.begin(), destination_.end(), uint8_t{0x5A});
+        EXPECT_EQ(CLR_SUCCESS, Convert(c.Get()));
+        EXPECT_EQ(expected, destination_) << "the records of the converter are not used";
+    }
+}
+
+TEST_F(MethodsWithoutObjects, UnknownActiveMethodOfARecord) {
+    const Converter c(CLRSPACE_RGB, CLRSPACE_YUV);
+    for (const uint32_t method : {0U, 3U, 5U, 6U, 7U, 9U, 12U, 24U, 32U, 33U, 64U, 0x80000000U, 0xFFFFFFFFU}) {
+        c->activeMethod = method;
+        EXPECT_EQ(ERR_METHOD_UNAVAILABLE, Convert(c.Get())) << method;
+        EXPECT_TRUE(Unwritten());
+    }
+}
+
+TEST_F(MethodsWithoutObjects, AcceptedSetsThatNameNoMethodToConvertBy) {
+    ClrParams params = MakeParams(CLRMETHOD_BUILTIN | CLRMETHOD_AUTOMATIC, CLRMETHOD_AUTOMATIC);
+    const Converter c(CLRSPACE_RGB, CLRSPACE_YUV, &params);
+    EXPECT_EQ(ERR_METHOD_UNAVAILABLE, Convert(c.Get()));
+}
+
+}  // namespace
+}  // namespace zv::test

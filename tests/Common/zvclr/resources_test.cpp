@@ -1,0 +1,117 @@
+// Data blocks by type and id, in the module in force.
+#ifndef _WIN32
+#    include <dlfcn.h>
+#endif
+
+#include <string_view>
+
+#include "host/entry.h"
+#include "tests/support/frame_fixture.h"
+#include "tests/support/resource_module.h"
+
+namespace zv::test {
+namespace {
+
+constexpr const ZvChar* kIcm = ZV_WIDE("ICM");
+constexpr const ZvChar* kEt = ZV_WIDE("ET");
+
+/// A module loaded for a test; the library looks into its own again at the end.
+class Module {
+public:
+#ifdef _WIN32
+    explicit Module(const char* file) : handle_(LoadLibraryA(file)) {}
+    ~Module() {
+        SetResModule(nullptr);
+        if (handle_ != nullptr) FreeLibrary(static_cast<HMODULE>(handle_));
+    }
+#else
+    explicit Module(const char* file) : handle_(dlopen(file, RTLD_NOW | RTLD_LOCAL)) {}
+    ~Module() {
+        SetResModule(nullptr);
+        if (handle_ != nullptr) dlclose(handle_);
+    }
+#endif
+    Module(const Module&) = delete;
+    Module& operator=(const Module&) = delete;
+
+    void* Handle() const { return handle_; }
+
+private:
+    void* handle_;
+};
+
+std::string_view TextOf(const ClrResource& resource) {
+    return {reinterpret_cast<const char*>(resource.data), resource.size};
+}
+
+TEST(Resources, OfNoModuleHaveNoSuchTypeOrId) {
+    for (const ZvChar* type : {kIcm, kEt, ZV_WIDE("NONE"), ZV_WIDE("")}) {
+        const ClrResource block = FindClrResource(type, 60000);
+        EXPECT_EQ(nullptr, block.data);
+        EXPECT_EQ(0U, block.size);
+    }
+    EXPECT_EQ(nullptr, FindClrResource(ZV_WIDE("NONE"), 105).data);
+}
+
+TEST(Resources, OfALoadedModuleHaveExactSizesAndBytes) {
+    const Module module(ZVCLR_TEST_RESOURCE_MODULE);
+    ASSERT_NE(nullptr, module.Handle());
+    SetResModule(module.Handle());
+    EXPECT_EQ(ZV_TEST_PROFILE, TextOf(FindClrResource(kIcm, 105)));
+    EXPECT_EQ(ZV_TEST_TABLE, TextOf(FindClrResource(kEt, 111)));
+    EXPECT_EQ(ZV_TEST_OTHER_PROFILE, TextOf(FindClrResource(kIcm, 900)));
+    EXPECT_EQ(ZV_TEST_PROFILE, TextOf(FindClrResource(ZV_WIDE("icm"), 105))) << "types have no case";
+}
+
+TEST(Resources, MissingTypeAndMissingId) {
+    const Module module(ZVCLR_TEST_RESOURCE_MODULE);
+    ASSERT_NE(nullptr, module.Handle());
+    SetResModule(module.Handle());
+    EXPECT_EQ(nullptr, FindClrResource(kIcm, 111).data) << "the id of the other type";
+    EXPECT_EQ(nullptr, FindClrResource(kEt, 105).data);
+    EXPECT_EQ(nullptr, FindClrResource(kIcm, 0).data);
+    EXPECT_EQ(nullptr, FindClrResource(ZV_WIDE("IC"), 105).data);
+    EXPECT_EQ(nullptr, FindClrResource(ZV_WIDE("ICMX"), 105).data);
+    EXPECT_EQ(0U, FindClrResource(ZV_WIDE("ICMX"), 105).size);
+}
+
+TEST(Resources, LastErrorTellsTypeFromId) {
+    const Module module(ZVCLR_TEST_RESOURCE_MODULE);
+    ASSERT_NE(nullptr, module.Handle());
+    const auto handle = static_cast<HMODULE>(module.Handle());
+    SetLastError(0);
+    EXPECT_EQ(nullptr, FindResourceW(handle, MAKEINTRESOURCEW(105), ZV_WIDE("NONE")));
+    EXPECT_EQ(DWORD{ERROR_RESOURCE_TYPE_NOT_FOUND}, GetLastError());
+    EXPECT_EQ(nullptr, FindResourceW(handle, MAKEINTRESOURCEW(106), kIcm));
+    EXPECT_EQ(DWORD{ERROR_RESOURCE_NAME_NOT_FOUND}, GetLastError());
+    EXPECT_EQ(nullptr, FindResourceW(handle, ZV_WIDE("105"), kIcm)) << "ids are no names";
+}
+
+TEST(Resources, ModuleWithoutAnyFindsNothing) {
+    const Module module(ZVCLR_TEST_EMPTY_MODULE);
+    ASSERT_NE(nullptr, module.Handle());
+    SetResModule(module.Handle());
+    EXPECT_EQ(nullptr, FindClrResource(kIcm, 105).data);
+    EXPECT_EQ(0U, FindClrResource(kEt, 111).size);
+}
+
+TEST(Resources, LaterAttachSetsTheModuleBack) {
+    const HostScope host;
+    const Module module(ZVCLR_TEST_RESOURCE_MODULE), empty(ZVCLR_TEST_EMPTY_MODULE);
+    ASSERT_NE(nullptr, module.Handle());
+    ASSERT_NE(nullptr, empty.Handle());
+    SetResModule(module.Handle());
+    EXPECT_NE(nullptr, FindClrResource(kIcm, 900).data);
+    ClrProcessAttach(nullptr);
+    EXPECT_EQ(nullptr, FindClrResource(kIcm, 900).data);
+    ClrProcessAttach(module.Handle());
+    EXPECT_NE(nullptr, FindClrResource(kIcm, 900).data);
+    SetResModule(empty.Handle());
+    EXPECT_EQ(nullptr, FindClrResource(kIcm, 900).data);
+    ClrProcessDetach();
+    EXPECT_EQ(nullptr, FindClrResource(kIcm, 900).data) << "a detach leaves the module";
+    ClrProcessDetach();
+}
+
+}  // namespace
+}  // namespace zv::test
