@@ -20,6 +20,12 @@ public:
     constexpr bool Fits() const noexcept { return bytes_ >= INT32_MIN && bytes_ <= INT32_MAX; }
     constexpr int64_t Bytes() const noexcept { return bytes_; }
 
+    /// Of a number of bits, rounded up.
+    constexpr RegionSize BitsToBytes() const noexcept {
+        if (bytes_ == INT64_MAX) return None();
+        return RegionSize(bytes_ > 0 ? (bytes_ - 1) / 8 + 1 : bytes_ / 8);
+    }
+
     friend constexpr RegionSize operator+(RegionSize a, RegionSize b) noexcept {
         int64_t sum = 0;
         return __builtin_add_overflow(a.bytes_, b.bytes_, &sum) ? None() : RegionSize(sum);

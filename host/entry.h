@@ -8,5 +8,9 @@ void ClrProcessAttach(void* module) noexcept;
 /// Process detach: the last one releases the converters that are still alive.
 void ClrProcessDetach() noexcept;
 
+/// Around a fork, so that the child does not inherit the process-wide lock in the hands of a thread that it lacks.
+void ClrBeforeFork() noexcept;
+void ClrAfterFork() noexcept;
+
 /// Pulls the entry point's object file out of the static library.
 void ZvEntryPresent() noexcept;

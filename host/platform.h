@@ -11,6 +11,12 @@
 #    endif
 #    include <windows.h>
 #    define ZV_WIDE(text) L##text
+// The system's own probes read and write back a byte of every page, which loses what another thread writes there, and
+// use up guard pages. These ask the memory manager and touch nothing.
+BOOL ZvIsBadReadPtr(const void* address, size_t size) noexcept;
+BOOL ZvIsBadWritePtr(void* address, size_t size) noexcept;
+#    define IsBadReadPtr ZvIsBadReadPtr
+#    define IsBadWritePtr ZvIsBadWritePtr
 #else
 #    include "host/posix/platform_posix.h"
 #    define ZV_WIDE(text) u##text

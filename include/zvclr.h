@@ -5,13 +5,15 @@
  * any number of images (Zv_ClrConvert) and is released (Zv_ClrFree).
  * Zv_ClrConvertDirect converts without a converter, with the built-in methods.
  *
- * The header stands alone in C99 and in C++. Every function returns a signed
- * 32-bit result: 1 (CLR_SUCCESS) on success, a negative code otherwise. No
- * exception crosses this interface. zverror.h gives names and meanings of codes.
+ * The header stands alone in C99 and in C++. Every function but SetResModule
+ * returns a signed 32-bit result: 1 (CLR_SUCCESS) on success, a negative code
+ * otherwise, and 0 in the cases that Zv_ClrConvert tells. No exception crosses
+ * this interface. zverror.h gives names and meanings of codes.
  *
- * Threads: a finished converter is read without a lock, so that several
- * converters run in parallel. Calls that create or release converters must not
- * overlap a use of the same converter.
+ * Threads: converters run in parallel, and one converter of the built-in method
+ * may run on several threads at once. Zv_ClrFree must not overlap another use of
+ * the same converter, and no thread may be inside a call while the library is
+ * unloaded or the process ends.
  */
 #ifndef ZVCLR_H
 #define ZVCLR_H
@@ -27,17 +29,12 @@
 
 /*
  * Linkage. Define ZVCLR_STATIC before including this header when linking the
- * static library on Windows.
+ * static library on Windows. There the static library has no entry point:
+ * resources are looked up in the program, and nothing is released at its end.
  */
-#if defined(_WIN32)
-#    if defined(ZVCLR_BUILDING)
-#        define ZVCLR_API __declspec(dllexport)
-#    elif defined(ZVCLR_STATIC)
-#        define ZVCLR_API
-#    else
-#        define ZVCLR_API __declspec(dllimport)
-#    endif
-#elif defined(__GNUC__)
+#if defined(_WIN32) && !defined(ZVCLR_STATIC)
+#    define ZVCLR_API __declspec(dllimport)
+#elif !defined(_WIN32) && defined(__GNUC__)
 #    define ZVCLR_API __attribute__((visibility("default")))
 #else
 #    define ZVCLR_API
@@ -93,9 +90,14 @@ enum ClrSpaceId {
 /* Methods and change masks                                                   */
 /* ------------------------------------------------------------------------- */
 
-/** Conversion methods: bits of ClrParams.methods, one of them in activeMethod. */
+/**
+ * Conversion methods: bits of ClrParams.methods, one of them in activeMethod.
+ * In this version only the built-in method converts. The flags of the others are
+ * accepted; converters with an ICC method answer ERR_INVALID_PARAMETER when they
+ * are run, and those with an emulation method convert nothing and return 1.
+ */
 enum ClrMethod {
-    CLRMETHOD_BUILTIN = 1,           /**< exact built-in arithmetic */
+    CLRMETHOD_BUILTIN = 1,           /**< fixed arithmetic of each pair of spaces */
     CLRMETHOD_ICC = 2,               /**< ICC profiles held by the library */
     CLRMETHOD_CUSTOM_ICC = 4,        /**< the caller's ICC profiles */
     CLRMETHOD_EMULATION = 8,         /**< built-in emulation tables */
@@ -183,11 +185,18 @@ typedef struct ClrProfileMemory {
  * The record is copied by Zv_ClrInit; the table behind positions is not: it
  * stays the caller's and must outlive the converter.
  *
+ * The pixels are always written as B, G, R, also for CLRSPACE_RGB.
+ *
  * Planar (planar not 0): positions[0] is the order of the planes: 0 YUV, 1 YVU,
- * 2 UYV, 3 UVY, 4 VYU, 5 VUY.
+ * 2 UYV, 3 UVY, 4 VYU, 5 VUY. The source must be readable for
+ * ((uSampleX * vSampleX * 8 + 16) / uSampleX * vSampleX) bits a pixel, which is
+ * more than the planes have (48 for 4:2:0). Of the destination the last pixel of
+ * the image is not written.
  * Packed (planar 0): positions holds byte offsets inside a macro-pixel:
  * macroPixelSize for Y, then macroPixelSize / uSampleX for U, then
- * macroPixelSize / vSampleX for V. Offsets outside the macro-pixel's bytes (one for
+ * macroPixelSize / vSampleX for V. The two paddings of Zv_ClrConvert change
+ * places: the source moves on by destinationRowExtra, the destination by
+ * sourceRowExtra. Offsets outside the macro-pixel's bytes (one for
  * each Y, U and V sample) are refused at conversion with ERR_INVALID_PARAMETER.
  */
 typedef struct ClrYuvParams {
@@ -214,7 +223,8 @@ typedef struct ClrCmykParams {
 
 /**
  * Encoding of CLRSPACE_LAB in three unsigned bytes. 32 bytes. Copied by Zv_ClrInit.
- * L* = (L8 - lOffset) * lRange / 255, and the same for a* and b*.
+ * L* = (L8 - lOffset) * lRange / 255, and the same for a* and b*. As a destination
+ * the pixels are always read as B, G, R, also from CLRSPACE_RGB.
  */
 typedef struct ClrLabParams {
     int32_t size;    /**< must be 32 */
@@ -232,8 +242,10 @@ typedef struct ClrLabParams {
 
 /**
  * Everything that Zv_ClrInit wants to know. 1648 bytes. Clear it, set size,
- * methods and activeMethod, and what the methods need. All pointers may be
- * null and stay the caller's; what they point to is copied.
+ * methods and activeMethod, and what the methods need. The record is aligned as
+ * declared; the records that it points to may lie anywhere. All pointers may be
+ * null and stay the caller's; what they point to is copied, but for the table
+ * behind ClrYuvParams.positions.
  */
 typedef struct ClrParams {
     uint32_t size;                              /**< must be 1648, sizeof(ClrParams) */
@@ -261,7 +273,8 @@ typedef struct ClrParams {
  * @param receiver         where the handle is stored; untouched on failure.
  * @param sourceSpace      CLRSPACE_ id of the pixels that will come in.
  * @param destinationSpace CLRSPACE_ id of the pixels that go out. Equal ids make a
- *                         copying converter (ids are then not checked).
+ *                         copying converter (ids are then not checked), unless methods
+ *                         holds CLRMETHOD_CUSTOM_ICC.
  * @param params           null for the built-in method with its defaults. Read during
  *                         the call only. With CLRMETHOD_AUTOMATIC the record is written
  *                         during the call; it is put back on success, and left changed
@@ -273,6 +286,9 @@ typedef struct ClrParams {
  *
  * When neither space is a hub (RGB, BGR) every conversion runs in two built-in
  * steps through RGB, whatever the method.
+ *
+ * A refused ClrCmykParams (unreadable or of a wrong size), ClrYuvParams or ClrLabParams
+ * (unreadable) keeps what was built until the library is unloaded, some 2 kB a call.
  */
 ZVCLR_API int32_t Zv_ClrInit(ClrHandle** receiver, int32_t sourceSpace, int32_t destinationSpace, ClrParams* params);
 
@@ -292,7 +308,8 @@ ZVCLR_API int32_t Zv_ClrIsValid(const ClrHandle* converter);
  * Converts an image with a converter.
  *
  * @param converter            a live converter; read only.
- * @param source               first pixel; rows of (bits per pixel * width + 7) / 8 bytes.
+ * @param source               first pixel; rows of (bits per pixel * width + 7) / 8 bytes, also
+ *                             where the planes of CLRSPACE_YVU9 need less.
  * @param destination          first pixel of the result. It may be the source when both
  *                             pixels have the same size; any other overlap is undefined.
  * @param width,height         in pixels, 1 or more, with the multiples that the spaces ask.
@@ -301,13 +318,20 @@ ZVCLR_API int32_t Zv_ClrIsValid(const ClrHandle* converter);
  * @return 1; ERR_INVALID_PARAMETER (null, size below 1, negative padding, or a kernel cannot
  *         reach its buffers, the padding of the last row included), ERR_BAD_POINTER,
  *         ERR_INVALID_HANDLE, ERR_SAME_BUFFER (in place, equal spaces, different padding),
- *         ERR_METHOD_UNAVAILABLE, ERR_WIDTH_MULTIPLE, ERR_YVU9_SIZE, ERR_NO_MEMORY.
+ *         ERR_METHOD_UNAVAILABLE, ERR_WIDTH_MULTIPLE, ERR_YVU9_SIZE, ERR_NO_MEMORY,
+ *         ERR_BAD_TAG (an HLS pixel with a hue and no saturation: pixels before it are
+ *         written), ERR_YUV_SAMPLING_RATIO, ERR_YUV_VERTICAL_PACKED, ERR_YUV_PLANAR_PADDING.
  *         0 from CLRSPACE_YCCK with the built-in method (the image is written) and when the
  *         platform's colour management failed.
  *
- * Equal spaces copy; with padding of 2 or more on a side the rows land at multiples of
- * the padding. Without a hub on either side, 1 comes back whatever happened, and the
- * converter's records are not used.
+ * Equal spaces copy; with padding of 2 or more on a side the rows are read and land at
+ * multiples of the padding. Without a hub on either side, once the arguments have passed
+ * their checks, 1 comes back whatever happened, and the converter's records are not used.
+ *
+ * Peculiarities: a converter to CLRSPACE_YCCK returns 1 and writes nothing (use
+ * Zv_ClrConvertDirect); a converter from CLRSPACE_RGB444 writes B, G, R, also for
+ * CLRSPACE_RGB; padding of the hub displaces all but the first four rows on the way to
+ * CLRSPACE_YVU9, whose own padding is only asked for.
  */
 ZVCLR_API int32_t Zv_ClrConvert(const ClrHandle* converter, const void* source, void* destination, int32_t width,
                                 int32_t height, int32_t sourceRowExtra, int32_t destinationRowExtra);
@@ -325,7 +349,9 @@ ZVCLR_API int32_t Zv_ClrConvert(const ClrHandle* converter, const void* source, 
  * A pair of two spaces that are not hubs goes through a temporary RGB image; between those
  * CLRSPACE_RGB444 as destination is accepted and leaves the destination as it was. Give
  * equal padding on both sides there: the temporary image is written with the padding of the
- * destination and read with that of the source.
+ * destination and read with that of the source. With CLRSPACE_RGB444 on a side of such a pair
+ * the source must be readable for 3 bytes a pixel. To CLRSPACE_YCCK the bytes of the hub are
+ * taken as they stand, the first for red.
  */
 ZVCLR_API int32_t Zv_ClrConvertDirect(int32_t sourceSpace, int32_t destinationSpace, const void* source,
                                       void* destination, int32_t width, int32_t height, int32_t sourceRowExtra,
@@ -355,6 +381,9 @@ typedef struct ZvModuleResource {
     uint32_t size;      /**< bytes of data */
     const void* data;   /**< the block; must live as long as the module */
 } ZvModuleResource;
+
+/** What a resource module defines; nothing in the library itself. */
+extern ZVCLR_API const ZvModuleResource zvclr_module_resources[];
 #endif
 
 #ifdef __cplusplus
@@ -398,5 +427,7 @@ ZVCLR_STATIC_ASSERT(offsetof(ClrParams, activeMethod) == 4 && offsetof(ClrParams
                         offsetof(ClrParams, yuvParams) == 1624 && offsetof(ClrParams, labParams) == 1632 &&
                         offsetof(ClrParams, methods) == 1640 && offsetof(ClrParams, emulationMethod) == 1644,
                     params_offsets);
+
+#undef ZVCLR_STATIC_ASSERT
 
 #endif /* ZVCLR_H */

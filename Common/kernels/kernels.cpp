@@ -30,11 +30,6 @@ ZV_KERNEL(YcckToHubAlone) {
     return ClrYcckToHub(nullptr, source, destination, width, height, sourceRowExtra, destinationRowExtra, rgbFirst);
 }
 
-struct SwapOrder {
-    static constexpr int32_t kPixelBytes = kHubBytes;
-    static constexpr Pixel<3> FromRgb(Rgb p) noexcept { return {p.b, p.g, p.r}; }
-};
-
 }  // namespace
 
 const ClrKernelPair kKernelPairs[kKernelPairCount] = {
@@ -61,11 +56,6 @@ const ClrKernelPair* FindKernelPair(int32_t space) noexcept {
         if (pair.space == space) return &pair;
     }
     return nullptr;
-}
-
-int32_t ClrHubSwap(const uint8_t* source, uint8_t* destination, int32_t width, int32_t height, int32_t sourceRowExtra,
-                   int32_t destinationRowExtra) noexcept {
-    return RunFromHub(ZV_KERNEL_IMAGE, 1, SwapOrder{});
 }
 
 }  // namespace zv

@@ -3,7 +3,7 @@
 
 #include <atomic>
 
-#include "host/platform.h"
+#include "Common/process_lock.h"
 
 namespace zv {
 
@@ -23,16 +23,14 @@ public:
 
 private:
     void Build() noexcept {
-        AcquireSRWLockExclusive(&lock_);
+        const ProcessGuard guard;
         if (!ready_.load(std::memory_order_relaxed)) {
             fill_(table_);
             ready_.store(true, std::memory_order_release);
         }
-        ReleaseSRWLockExclusive(&lock_);
     }
 
     Fill fill_;
-    SRWLOCK lock_ = SRWLOCK_INIT;
     std::atomic<bool> ready_{false};
     Table table_{};
 };

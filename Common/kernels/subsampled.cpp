@@ -9,10 +9,7 @@ namespace {
 
 /// Bytes of an image of `bits` per pixel, rounded up, plus padding.
 RegionSize BitsRegion(const KernelImage& image, int32_t bits, int32_t extra) noexcept {
-    const RegionSize total = RegionSize(image.width) * image.height * bits;
-    if (total.Bytes() == RegionSize::None().Bytes()) return RegionSize::None();
-    const int64_t bytes = total.Bytes() > 0 ? (total.Bytes() + 7) / 8 : total.Bytes() / 8;
-    return RegionSize(bytes) + RegionSize(extra) * image.height;
+    return (RegionSize(image.width) * image.height * bits).BitsToBytes() + RegionSize(extra) * image.height;
 }
 
 // Packed groups: where the luma of each pixel and the two chroma samples of each `kShare` pixels stand.

@@ -18,9 +18,7 @@ RegionSize SourceRegion(const KernelImage& image, const ClrYuvParams& p) noexcep
     if (perMacro > INT32_MAX / 8) return RegionSize::None();
     int64_t bits = (perMacro * 8 + 16) / p.uSampleX;
     if (p.planar != 0) bits *= p.vSampleX;
-    const RegionSize total = RegionSize(image.width) * image.height * bits;
-    if (total.Bytes() == RegionSize::None().Bytes()) return total;
-    return RegionSize((total.Bytes() + 7) / 8) + RegionSize(image.sourceExtra) * image.height;
+    return (RegionSize(image.width) * image.height * bits).BitsToBytes() + RegionSize(image.sourceExtra) * image.height;
 }
 
 class Samples {
@@ -115,7 +113,7 @@ int32_t DecodePlanar(const KernelImage& image, const ClrYuvParams& p, const int3
 
 // --- Packed ---------------------------------------------------------------------------------------------------------
 
-/// The sample positions of a macro-pixel, which may lie anywhere in the caller's memory.
+/// The sample positions of a macro-pixel. The table may lie at any address.
 class PackedLayout {
 public:
     PackedLayout(const ClrYuvParams& p, const int32_t* positions) noexcept
@@ -132,7 +130,8 @@ public:
     int64_t U(int64_t k) const noexcept { return Position(UIndex(k)); }
     int64_t V(int64_t k) const noexcept { return Position(VIndex(k)); }
 
-    /// Whether the first `used` pixels of a macro-pixel have positions, each inside the macro-pixel.
+    /// Whether the first `used` pixels of a macro-pixel have positions, each inside the macro-pixel: one outside would
+    /// reach what is not the image's.
     bool IsUsable(int64_t used) const noexcept {
         const int64_t entries = std::max({used, UIndex(used - 1) + 1, VIndex(used - 1) + 1});
         if (!CanRead(positions_, RegionSize(entries) * int64_t{sizeof(int32_t)})) return false;

@@ -30,7 +30,8 @@ using namespace zv;
 
 // ClrGlobalYcckTables and ClrGcrSquares are constants of the program: there is nothing to fill at attach.
 void ClrProcessAttach(void* module) noexcept {
-    resourceModule = static_cast<HMODULE>(module);
+    // The first attach of the library as its own module finds it in force, or what a constructor before it has chosen.
+    if (module != nullptr || attachCount > 0) resourceModule = static_cast<HMODULE>(module);
     // The loader serialises attach and detach; only a second attach finds the guard in use.
     if (!guardReady) {
         InitializeCriticalSection(&guard);

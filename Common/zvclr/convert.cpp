@@ -6,12 +6,6 @@ namespace zv {
 
 namespace {
 
-/// The packed rows and the padding between them: none is asked for behind the last row.
-RegionSize ImageRegion(int32_t space, const ClrImage& image, int32_t rowExtra) noexcept {
-    return ClrRowBytes(space, image.width) * image.height +
-           RegionSize(ClampExtra(rowExtra)) * (int64_t{image.height} - 1);
-}
-
 struct SpacePair {
     int32_t source;
     int32_t destination;
@@ -111,8 +105,9 @@ int32_t Convert(const ClrHandle* converter, const ClrImage& image) noexcept {
     const bool live = IsRegistered(converter) && converter->size == kConverterSize;
     SpacePair spaces{};
     if (!ReadSpaces(converter, live, &spaces)) return ERR_BAD_POINTER;
-    if (!CanRead(image.source, ImageRegion(spaces.source, image, image.sourceRowExtra)) ||
-        !CanWrite(image.destination, ImageRegion(spaces.destination, image, image.destinationRowExtra))) {
+    if (!CanRead(image.source, PaddedRowsButLast(spaces.source, image.width, image.height, image.sourceRowExtra)) ||
+        !CanWrite(image.destination,
+                  PaddedRowsButLast(spaces.destination, image.width, image.height, image.destinationRowExtra))) {
         return ERR_BAD_POINTER;
     }
     if (!live) return ERR_INVALID_HANDLE;
@@ -127,8 +122,7 @@ int32_t Convert(const ClrHandle* converter, const ClrImage& image) noexcept {
     }
     if (converter->route == kRouteThroughHub) {
         // Whatever it says, 1 goes to the caller.
-        Zv_ClrConvertDirect(spaces.source, spaces.destination, image.source, image.destination, image.width,
-                            image.height, image.sourceRowExtra, image.destinationRowExtra);
+        ConvertDirect(spaces.source, spaces.destination, image);
         return CLR_SUCCESS;
     }
     return ConvertByMethod(*converter, image);

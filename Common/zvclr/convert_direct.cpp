@@ -12,11 +12,6 @@ namespace {
 
 constexpr ZvChar kSource[] = ZV_WIDE("Common\\zvclr");
 
-/// Rows with their padding, that of the last row too.
-RegionSize ImageRegion(int32_t space, const ClrImage& image, int32_t rowExtra) noexcept {
-    return (ClrRowBytes(space, image.width) + ClampExtra(rowExtra)) * image.height;
-}
-
 /// The two-byte space asks for three bytes a pixel of its image and for half the hub image, on either hop.
 bool Rgb444HopAllowed(const ClrImage& image, uint8_t* hub) noexcept {
     const RegionSize row = RegionSize(image.width) * kHubBytes + ClampExtra(image.sourceRowExtra);
@@ -57,30 +52,7 @@ int32_t ConvertThroughHub(int32_t sourceSpace, int32_t destinationSpace, const C
     return first == CLR_SUCCESS ? HopFromHub(destinationSpace, image, hub.Data()) : first;
 }
 
-int32_t ConvertDirect(int32_t sourceSpace, int32_t destinationSpace, const ClrImage& image) noexcept {
-    if (image.source == nullptr || image.destination == nullptr) return ERR_INVALID_PARAMETER;
-    const int32_t sourceResult = ClrCheckGeometry(sourceSpace, image.width, image.height, image.source);
-    if (sourceResult != CLR_SUCCESS) return sourceResult;
-    const int32_t destinationResult = ClrCheckGeometry(destinationSpace, image.width, image.height, image.destination);
-    if (destinationResult != CLR_SUCCESS) return destinationResult;
-    if (!CanRead(image.source, ImageRegion(sourceSpace, image, image.sourceRowExtra)) ||
-        !CanWrite(image.destination, ImageRegion(destinationSpace, image, image.destinationRowExtra))) {
-        return ERR_BAD_POINTER;
-    }
-    if (sourceSpace == destinationSpace) {
-        if (image.source == image.destination && image.sourceRowExtra == image.destinationRowExtra) {
-            return ERR_SAME_BUFFER;
-        }
-        const int64_t bits = ClrBitsPerPixel(sourceSpace);
-        CopyRows(image, static_cast<size_t>(bits * image.width / 8));  // rounded down here
-        return CLR_SUCCESS;
-    }
-    return ConvertDirectPair(sourceSpace, destinationSpace, image);
-}
-
-}  // namespace
-
-int32_t ConvertDirectPair(int32_t sourceSpace, int32_t destinationSpace, const ClrImage& i) noexcept {
+int32_t ConvertPair(int32_t sourceSpace, int32_t destinationSpace, const ClrImage& i) noexcept {
     const bool fromHub = ClrIsHub(sourceSpace);
     const bool toHub = ClrIsHub(destinationSpace);
     if (fromHub && toHub) {
@@ -95,6 +67,30 @@ int32_t ConvertDirectPair(int32_t sourceSpace, int32_t destinationSpace, const C
     const int32_t result =
         kernel(i.source, i.destination, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra, rgbFirst);
     return space == CLRSPACE_YCCK ? int32_t{CLR_SUCCESS} : result;
+}
+
+}  // namespace
+
+int32_t ConvertDirect(int32_t sourceSpace, int32_t destinationSpace, const ClrImage& image) noexcept {
+    if (image.source == nullptr || image.destination == nullptr) return ERR_INVALID_PARAMETER;
+    const int32_t sourceResult = ClrCheckGeometry(sourceSpace, image.width, image.height, image.source);
+    if (sourceResult != CLR_SUCCESS) return sourceResult;
+    const int32_t destinationResult = ClrCheckGeometry(destinationSpace, image.width, image.height, image.destination);
+    if (destinationResult != CLR_SUCCESS) return destinationResult;
+    if (!CanRead(image.source, PaddedRows(sourceSpace, image.width, image.height, image.sourceRowExtra)) ||
+        !CanWrite(image.destination,
+                  PaddedRows(destinationSpace, image.width, image.height, image.destinationRowExtra))) {
+        return ERR_BAD_POINTER;
+    }
+    if (sourceSpace == destinationSpace) {
+        if (image.source == image.destination && image.sourceRowExtra == image.destinationRowExtra) {
+            return ERR_SAME_BUFFER;
+        }
+        const int64_t bits = ClrBitsPerPixel(sourceSpace);
+        CopyRows(image, static_cast<size_t>(bits * image.width / 8));  // rounded down here
+        return CLR_SUCCESS;
+    }
+    return ConvertPair(sourceSpace, destinationSpace, image);
 }
 
 }  // namespace zv

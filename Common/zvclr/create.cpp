@@ -13,14 +13,14 @@ constexpr uint32_t kConvertingMethods =
 
 /// Not cleared.
 template <class T>
-T* AllocRecord() noexcept {
-    return static_cast<T*>(HostAlloc(sizeof(T), 1, __LINE__, kSource));
+T* AllocRecord(int32_t line = __builtin_LINE()) noexcept {
+    return static_cast<T*>(HostAlloc(sizeof(T), 1, line, kSource));
 }
 
 template <class T>
-void FreeRecord(T*& record) noexcept {
+void FreeRecord(T*& record, int32_t line = __builtin_LINE()) noexcept {
     if (record == nullptr) return;
-    HostFree(record, __LINE__, kSource);
+    HostFree(record, line, kSource);
     record = nullptr;
 }
 
@@ -80,9 +80,9 @@ private:
         FreeRecord(converter_);
         return code;
     }
-    /// The transforms and profile copies that the methods built go first; records are not released here.
+    /// What the methods have built goes before the rest; records stay.
     int32_t UnwindB(int32_t code) noexcept { return UnwindA(code); }
-    /// Newest first, then UnwindB.
+    /// The records made so far, newest first, then the rest.
     int32_t UnwindRecords(int32_t code) noexcept {
         FreeRecord(converter_->labEncode);
         FreeRecord(converter_->labDecode);
@@ -157,10 +157,11 @@ int32_t Creation::MakeWithParams() noexcept {
     if (const int32_t result = CopyWhitePoint(); result != CLR_SUCCESS) return result;
 
     const bool automatic = params_->methods == CLRMETHOD_AUTOMATIC && params_->activeMethod == CLRMETHOD_AUTOMATIC;
-    if (automatic) {
+    const uint32_t chosen = AutomaticMethod(sourceSpace_, destinationSpace_);
+    if (automatic && chosen != CLRMETHOD_AUTOMATIC) {
         if (IsBadWritePtr(params_, sizeof *params_)) return UnwindA(ERR_BAD_POINTER);
-        params_->methods = AutomaticMethod(sourceSpace_, destinationSpace_);
-        params_->activeMethod = params_->methods;
+        params_->methods = chosen;
+        params_->activeMethod = chosen;
     }
     if ((params_->methods & kConvertingMethods) == 0 || (params_->methods & params_->activeMethod) == 0) {
         return UnwindA(ERR_METHOD_UNAVAILABLE);
@@ -201,7 +202,8 @@ int32_t Creation::CopyWhitePoint() noexcept {
     return CLR_SUCCESS;
 }
 
-/// A record that cannot be used leaves the converter on the list, here and in the next two steps: the unload takes it.
+/// A record that cannot be read leaves the converter on the list, here and in the next two steps, and here one of a
+/// wrong size too: the unload takes it.
 int32_t Creation::CopyCmykParams() noexcept {
     if (!EitherIs(CLRSPACE_CMYK) || params_->cmykParams == nullptr) return CLR_SUCCESS;
     ClrCmykParams cmyk;

@@ -17,6 +17,9 @@ constexpr bool ClrIsHub(int32_t space) noexcept { return space == CLRSPACE_RGB |
 /// Bytes of a packed row. Of the bits per pixel only the low 16 bits count: what is no space has rows too, very wide
 /// ones. No size when the 32-bit product wraps.
 RegionSize ClrRowBytes(int32_t space, int32_t width) noexcept;
+/// The two entries ask for different regions: with the padding behind the last row, and without it.
+RegionSize PaddedRows(int32_t space, int32_t width, int32_t height, int32_t rowExtra) noexcept;
+RegionSize PaddedRowsButLast(int32_t space, int32_t width, int32_t height, int32_t rowExtra) noexcept;
 /// Id, then buffer and size, then the multiples that the space asks for.
 int32_t ClrCheckGeometry(int32_t space, int32_t width, int32_t height, const void* buffer) noexcept;
 
@@ -42,8 +45,8 @@ int32_t RegisteredCount() noexcept;
 
 // --- Release --------------------------------------------------------------------------------------------------------
 
-/// Releases all that a live converter owns, then itself, then takes it off the list.
-void ReleaseConverter(ClrHandle* converter) noexcept;
+/// Takes a converter off the list, then releases all that it owns and itself; false if it was not on the list.
+bool ReleaseConverter(ClrHandle* converter) noexcept;
 /// At the last detach.
 void ReleaseAllConverters() noexcept;
 
@@ -62,8 +65,8 @@ struct ClrImage {
 /// Copies packed rows of equal spaces. With a padding of 2 or more on a side the pointers advance by the padding alone.
 void CopyRows(const ClrImage& image, size_t rowBytes) noexcept;
 
-/// Built-in kernels of a pair without a converter, after the checks.
-int32_t ConvertDirectPair(int32_t sourceSpace, int32_t destinationSpace, const ClrImage& image) noexcept;
+/// What Zv_ClrConvertDirect does.
+int32_t ConvertDirect(int32_t sourceSpace, int32_t destinationSpace, const ClrImage& image) noexcept;
 
 /// The ICC methods.
 int32_t ConvertByProfile(const ClrHandle& converter, const ClrImage& image) noexcept;

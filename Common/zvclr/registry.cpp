@@ -1,5 +1,6 @@
 #include <array>
 
+#include "Common/process_lock.h"
 #include "Common/zvclr/frame.h"
 #include "host/entry.h"
 #include "host/host.h"
@@ -11,7 +12,6 @@ namespace {
 constexpr ZvChar kSource[] = ZV_WIDE("Common\\zvclr");
 
 // Constant-initialised, so that a converter can be made before any constructor of the library has run.
-constinit SRWLOCK lock = SRWLOCK_INIT;
 constinit ClrEngineNode* head = nullptr;
 constinit ClrEngineNode* tail = nullptr;
 constinit int32_t count = 0;
@@ -19,14 +19,6 @@ constinit int32_t count = 0;
 /// Chains stay short with ten thousand live converters.
 constexpr size_t kBuckets = 1024;
 constinit std::array<ClrEngineNode*, kBuckets> buckets{};
-
-class Guard {
-public:
-    Guard() noexcept { AcquireSRWLockExclusive(&lock); }
-    ~Guard() { ReleaseSRWLockExclusive(&lock); }
-    Guard(const Guard&) = delete;
-    Guard& operator=(const Guard&) = delete;
-};
 
 ClrEngineNode*& BucketOf(const ClrHandle* converter) noexcept {
     const auto address = reinterpret_cast<uintptr_t>(converter);
@@ -39,7 +31,7 @@ bool RegisterConverter(ClrHandle* converter) noexcept {
     auto* node = static_cast<ClrEngineNode*>(HostAlloc(sizeof(ClrEngineNode), 1, __LINE__, kSource));
     if (node == nullptr) return false;
     ZvEntryPresent();  // live converters need the detach that releases them
-    const Guard guard;
+    const ProcessGuard guard;
     ClrEngineNode*& bucket = BucketOf(converter);
     *node = {nullptr, tail, converter, bucket};
     bucket = node;
@@ -50,7 +42,7 @@ bool RegisterConverter(ClrHandle* converter) noexcept {
 }
 
 bool IsRegistered(const ClrHandle* converter) noexcept {
-    const Guard guard;
+    const ProcessGuard guard;
     for (const ClrEngineNode* node = BucketOf(converter); node != nullptr; node = node->bucketNext) {
         if (node->converter == converter) return true;
     }
@@ -60,7 +52,7 @@ bool IsRegistered(const ClrHandle* converter) noexcept {
 bool UnregisterConverter(const ClrHandle* converter) noexcept {
     ClrEngineNode* node = nullptr;
     {
-        const Guard guard;
+        const ProcessGuard guard;
         ClrEngineNode** link = &BucketOf(converter);
         while (*link != nullptr && (*link)->converter != converter) link = &(*link)->bucketNext;
         node = *link;
@@ -75,12 +67,12 @@ bool UnregisterConverter(const ClrHandle* converter) noexcept {
 }
 
 ClrHandle* FirstRegistered() noexcept {
-    const Guard guard;
+    const ProcessGuard guard;
     return head == nullptr ? nullptr : head->converter;
 }
 
 int32_t RegisteredCount() noexcept {
-    const Guard guard;
+    const ProcessGuard guard;
     return count;
 }
 

@@ -20,7 +20,8 @@ void FreeProfileMemory(ClrProfileMemory* memory) noexcept {
 
 }  // namespace
 
-void ReleaseConverter(ClrHandle* converter) noexcept {
+bool ReleaseConverter(ClrHandle* converter) noexcept {
+    if (!UnregisterConverter(converter)) return false;
     FreeIfSet(converter->cmykParams);
     FreeIfSet(converter->yuvParams);
     FreeIfSet(converter->labDecode);
@@ -29,8 +30,8 @@ void ReleaseConverter(ClrHandle* converter) noexcept {
     FreeIfSet(converter->whitePoint);
     FreeProfileMemory(converter->inputProfileMemory);
     FreeProfileMemory(converter->outputProfileMemory);
-    UnregisterConverter(converter);
     HostFree(converter, __LINE__, kSource);
+    return true;
 }
 
 void ReleaseAllConverters() noexcept {
@@ -60,6 +61,5 @@ int32_t Zv_ClrFree(ClrHandle* converter) {
     if (converter == nullptr || IsBadReadPtr(converter, kConverterSize)) return ERR_INVALID_PARAMETER;
     const int32_t valid = Zv_ClrIsValid(converter);
     if (valid != CLR_SUCCESS) return valid;
-    ReleaseConverter(converter);
-    return CLR_SUCCESS;
+    return ReleaseConverter(converter) ? int32_t{CLR_SUCCESS} : int32_t{ERR_INVALID_HANDLE};
 }

@@ -3,19 +3,38 @@
 
 namespace zv {
 
-int32_t ClrBitsPerPixel(int32_t space) noexcept {
-    switch (space) {
-#define ZV_CASE(id, name, bits, widthMultiple, heightMultiple, bytes, description)                                     \
-    case id:                                                                                                           \
-        return bits;
-        ZVCLR_SPACES(ZV_CASE)
-#undef ZV_CASE
-        default:
-            return ERR_COLORSPACE_UNSUPPORTED;
+namespace {
+
+struct Space {
+    int32_t id;
+    int32_t bits;
+    int32_t widthMultiple;
+    int32_t heightMultiple;
+};
+
+constexpr Space kSpaces[] = {
+#define ZV_ROW(id, name, bits, widthMultiple, heightMultiple, bytes, description)                                      \
+    {id, bits, widthMultiple, heightMultiple},
+    ZVCLR_SPACES(ZV_ROW)
+#undef ZV_ROW
+};
+static_assert(sizeof kSpaces / sizeof *kSpaces == ZVCLR_SPACE_COUNT);
+
+const Space* FindSpace(int32_t id) noexcept {
+    for (const Space& space : kSpaces) {
+        if (space.id == id) return &space;
     }
+    return nullptr;
 }
 
-bool ClrIsSpace(int32_t space) noexcept { return ClrBitsPerPixel(space) > 0; }
+}  // namespace
+
+int32_t ClrBitsPerPixel(int32_t space) noexcept {
+    const Space* found = FindSpace(space);
+    return found == nullptr ? int32_t{ERR_COLORSPACE_UNSUPPORTED} : found->bits;
+}
+
+bool ClrIsSpace(int32_t space) noexcept { return FindSpace(space) != nullptr; }
 
 RegionSize ClrRowBytes(int32_t space, int32_t width) noexcept {
     const auto bits = static_cast<uint16_t>(static_cast<uint32_t>(ClrBitsPerPixel(space)));
@@ -23,24 +42,20 @@ RegionSize ClrRowBytes(int32_t space, int32_t width) noexcept {
     return total.Fits() ? RegionSize(total.Bytes() / 8) : RegionSize::None();
 }
 
+RegionSize PaddedRows(int32_t space, int32_t width, int32_t height, int32_t rowExtra) noexcept {
+    return (ClrRowBytes(space, width) + ClampExtra(rowExtra)) * height;
+}
+
+RegionSize PaddedRowsButLast(int32_t space, int32_t width, int32_t height, int32_t rowExtra) noexcept {
+    return ClrRowBytes(space, width) * height + RegionSize(ClampExtra(rowExtra)) * (int64_t{height} - 1);
+}
+
 int32_t ClrCheckGeometry(int32_t space, int32_t width, int32_t height, const void* buffer) noexcept {
-    if (!ClrIsSpace(space)) return ERR_COLORSPACE_UNSUPPORTED;
+    const Space* found = FindSpace(space);
+    if (found == nullptr) return ERR_COLORSPACE_UNSUPPORTED;
     if (buffer == nullptr || width < 1 || height < 1) return ERR_INVALID_PARAMETER;
-    int32_t widthMultiple = 1, heightMultiple = 1;
-    switch (space) {
-#define ZV_CASE(id, name, bits, widthValue, heightValue, bytes, description)                                           \
-    case id:                                                                                                           \
-        widthMultiple = widthValue;                                                                                    \
-        heightMultiple = heightValue;                                                                                  \
-        break;
-        ZVCLR_SPACES(ZV_CASE)
-#undef ZV_CASE
-        default:
-            break;
-    }
-    // The planar space, which asks for both, has a code of its own.
-    const int32_t code = heightMultiple > 1 ? ERR_YVU9_SIZE : ERR_WIDTH_MULTIPLE;
-    return width % widthMultiple != 0 || height % heightMultiple != 0 ? code : CLR_SUCCESS;
+    if (width % found->widthMultiple == 0 && height % found->heightMultiple == 0) return CLR_SUCCESS;
+    return space == CLRSPACE_YVU9 ? ERR_YVU9_SIZE : ERR_WIDTH_MULTIPLE;
 }
 
 }  // namespace zv

@@ -128,6 +128,7 @@ BOOL WriteFile(HANDLE handle, const void* buffer, DWORD count, DWORD* done, OVER
         const ssize_t piece = write(DescriptorOf(handle), from + *done, count - *done);
         if (piece < 0 && errno == EINTR) continue;
         if (piece < 0) return Fail(errno);
+        if (piece == 0) return Fail(ENOSPC);
         *done += static_cast<DWORD>(piece);
     }
     return TRUE;

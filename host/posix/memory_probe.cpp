@@ -109,9 +109,11 @@ bool Allowed(const void* address, size_t size, Access access) noexcept {
     int result = 0;
     do {
         result = madvise(reinterpret_cast<void*>(page), last - page + 1, advice);
-    } while (result != 0 && (errno == EINTR || errno == EAGAIN));
-    // EINVAL: no permission, a mapping of device memory, or a kernel that does not know the advice.
-    const bool allowed = result == 0 || (errno == EINVAL && MapAllows(first, last, access));
+    } while (result != 0 && errno == EINTR);
+    // Nothing mapped, or nothing behind the mapping. Any other refusal (no permission, device memory, a kernel or a
+    // sandbox that does not know the advice) is settled by the map.
+    const bool faults = result != 0 && (errno == ENOMEM || errno == EFAULT);
+    const bool allowed = result == 0 || (!faults && MapAllows(first, last, access));
     errno = saved;
     return allowed;
 }

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
@@ -190,6 +191,27 @@ TEST(Peek, LooksAtReleasedMemoryUnseenByMemoryCheckers) {
     uint8_t copy[8] = {};
     // Small blocks stay mapped: what is in them does not matter.
     EXPECT_TRUE(ZvPeekMemory(copy, reinterpret_cast<const void*>(address), sizeof copy));
+}
+
+// A tile of a larger picture is probed together with its neighbours, which another thread may be writing.
+TEST(MemoryProbe, LosesNothingThatAnotherThreadWrites) {
+    GuardedBuffer buffer(2 * GuardedBuffer::PageSize());
+    std::atomic<bool> done{false};
+    std::thread prober([&] {
+        while (!done.load()) IsBadWritePtr(buffer.Data(), buffer.Size());
+    });
+    int lost = 0;
+    for (uint32_t round = 0; round < 200000; ++round) {
+        for (const size_t at : {size_t{0}, GuardedBuffer::PageSize(), buffer.Size() - 1}) {
+            const std::atomic_ref<uint8_t> byte(buffer.Data()[at]);
+            const auto value = static_cast<uint8_t>(round);
+            byte.store(value);
+            if (byte.load() != value) ++lost;
+        }
+    }
+    done.store(true);
+    prober.join();
+    EXPECT_EQ(0, lost);
 }
 
 #ifndef _WIN32

@@ -13,7 +13,6 @@ constexpr char kOtherProfile[] = ZV_TEST_OTHER_PROFILE;
 
 extern "C" {
 // The array's name is what a host looks up.
-extern ZVCLR_API const ZvModuleResource zvclr_module_resources[];
 const ZvModuleResource zvclr_module_resources[] = {
     {u"ICM", 105, sizeof kProfile - 1, kProfile},
     {u"ET", 111, sizeof kTable - 1, kTable},

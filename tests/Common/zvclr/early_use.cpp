@@ -1,5 +1,9 @@
 // A program whose first constructor uses the library before the library's own has run, and whose last function sees
 // that the end has released what was left. It has a host of its own, which counts blocks.
+#ifndef _WIN32
+#    include <dlfcn.h>
+#endif
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -58,6 +62,9 @@ public:
               "early direct conversion failed");
         Check(Zv_ClrConvertDirect(CLRSPACE_CMYK, CLRSPACE_RGB, black, pixel, 1, 1, 0, 0) == CLR_SUCCESS,
               "early conversion from CMYK failed");
+#ifndef _WIN32
+        SetResModule(dlopen(nullptr, RTLD_NOW));  // the program itself, which carries no blocks
+#endif
     }
     const ClrHandle* Converter() const { return converter_; }
 
@@ -80,6 +87,10 @@ private:
 int main() {
     Check(Zv_ClrIsValid(earlyUser.Converter()) == CLR_SUCCESS, "the attach lost a converter");
     Check(zv::RegisteredCount() == 1, "the attach changed the list");
+#ifndef _WIN32
+    Check(zv::FindClrResource(ZV_WIDE("ICM"), 105).data == nullptr && GetLastError() == ERROR_RESOURCE_DATA_NOT_FOUND,
+          "the attach lost the module that was chosen before it");
+#endif
     ClrHandle* second = nullptr;
     Check(Zv_ClrInit(&second, CLRSPACE_RGB, CLRSPACE_LAB, nullptr) == CLR_SUCCESS, "creation failed");
     Check(zv::RegisteredCount() == 2 && liveBlocks == 5, "the list does not hold both converters");

@@ -100,10 +100,12 @@ TEST(Resources, LaterAttachSetsTheModuleBack) {
     const Module module(ZVCLR_TEST_RESOURCE_MODULE), empty(ZVCLR_TEST_EMPTY_MODULE);
     ASSERT_NE(nullptr, module.Handle());
     ASSERT_NE(nullptr, empty.Handle());
+    ClrProcessAttach(nullptr);
     SetResModule(module.Handle());
     EXPECT_NE(nullptr, FindClrResource(kIcm, 900).data);
     ClrProcessAttach(nullptr);
     EXPECT_EQ(nullptr, FindClrResource(kIcm, 900).data);
+    ClrProcessDetach();
     ClrProcessAttach(module.Handle());
     EXPECT_NE(nullptr, FindClrResource(kIcm, 900).data);
     SetResModule(empty.Handle());
