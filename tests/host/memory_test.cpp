@@ -7,14 +7,8 @@
 #include <string>
 
 #include "host/host.h"
+#include "tests/support/address_sanitizer.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-#    define ZV_WITH_ADDRESS_SANITIZER
-#elif defined(__has_feature)
-#    if __has_feature(address_sanitizer)
-#        define ZV_WITH_ADDRESS_SANITIZER
-#    endif
-#endif
 #ifdef ZV_WITH_ADDRESS_SANITIZER
 // A request beyond all memory is to fail here as it does without the sanitizer.
 extern "C" __attribute__((visibility("default"))) const char* __asan_default_options();

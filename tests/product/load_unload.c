@@ -5,6 +5,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "tests/support/address_sanitizer.h"
 #include "zvclr.h"
 
 #ifdef _WIN32
@@ -14,14 +15,7 @@
 #    include <malloc.h>
 #    include <pthread.h>
 #endif
-#if defined(__SANITIZE_ADDRESS__)
-#    define WITH_ADDRESS_SANITIZER
-#elif defined(__has_feature)
-#    if __has_feature(address_sanitizer)
-#        define WITH_ADDRESS_SANITIZER
-#    endif
-#endif
-#ifdef WITH_ADDRESS_SANITIZER
+#ifdef ZV_WITH_ADDRESS_SANITIZER
 /* GCC does not install the header that declares it. */
 size_t __sanitizer_get_current_allocated_bytes(void);
 #endif
@@ -111,7 +105,7 @@ static void findFunction(void* module, const char* name, void* receiver) {
 }
 
 static size_t memoryInUse(void) {
-#    ifdef WITH_ADDRESS_SANITIZER
+#    ifdef ZV_WITH_ADDRESS_SANITIZER
     return __sanitizer_get_current_allocated_bytes();
 #    else
     const struct mallinfo2 info = mallinfo2();

@@ -8,15 +8,9 @@
 #    include <cstdio>
 #endif
 
+#include "tests/support/address_sanitizer.h"
 #include "tests/support/frame_fixture.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-#    define ZV_WITH_ADDRESS_SANITIZER
-#elif defined(__has_feature)
-#    if __has_feature(address_sanitizer)
-#        define ZV_WITH_ADDRESS_SANITIZER
-#    endif
-#endif
 #ifdef ZV_WITH_ADDRESS_SANITIZER
 extern "C" size_t __sanitizer_get_current_allocated_bytes();
 #endif

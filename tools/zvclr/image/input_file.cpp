@@ -17,11 +17,12 @@ namespace {
 
 constexpr size_t kBufferBytes = 65536;
 
-// Reads until `enough` of `count` bytes are there: a pipe may deliver in small pieces.
-int64_t readFull(int descriptor, uint8_t* data, size_t count, size_t enough) noexcept {
+// Calls piece(done) until `enough` bytes are there, the input ends or it fails: a pipe may deliver in small pieces.
+template <class Piece>
+int64_t readUntil(size_t enough, const Piece& piece) noexcept {
     size_t done = 0;
     while (done < enough) {
-        const ssize_t got = ::read(descriptor, data + done, count - done);
+        const ssize_t got = piece(done);
         if (got < 0 && errno == EINTR) {
             continue;
         }
@@ -34,6 +35,10 @@ int64_t readFull(int descriptor, uint8_t* data, size_t count, size_t enough) noe
         done += static_cast<size_t>(got);
     }
     return static_cast<int64_t>(done);
+}
+
+int64_t readFull(int descriptor, uint8_t* data, size_t count, size_t enough) noexcept {
+    return readUntil(enough, [=](size_t done) { return ::read(descriptor, data + done, count - done); });
 }
 
 }  // namespace
@@ -168,22 +173,9 @@ void InputFile::makeSeekable() {
 
 int64_t InputFile::readAt(void* data, size_t count, int64_t offset) noexcept {
     uint8_t* bytes = static_cast<uint8_t*>(data);
-    size_t done = 0;
-    while (done < count) {
-        const ssize_t got =
-            ::pread(descriptor_, bytes + done, count - done, start_ + offset + static_cast<int64_t>(done));
-        if (got < 0 && errno == EINTR) {
-            continue;
-        }
-        if (got < 0) {
-            return -1;
-        }
-        if (got == 0) {
-            break;
-        }
-        done += static_cast<size_t>(got);
-    }
-    return static_cast<int64_t>(done);
+    return readUntil(count, [=, this](size_t done) {
+        return ::pread(descriptor_, bytes + done, count - done, start_ + offset + static_cast<int64_t>(done));
+    });
 }
 
 }  // namespace zvimage
