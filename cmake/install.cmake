@@ -11,6 +11,12 @@ if(TARGET zvclr_tool)
   install(TARGETS zvclr_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
 endif()
 
+if(WIN32)
+  install(FILES $<TARGET_OBJECTS:zvclr_blocks> DESTINATION ${CMAKE_INSTALL_LIBDIR} RENAME zvclr-blocks.o
+    COMPONENT development)
+  set(ZVCLR_PC_BLOCKS " \${libdir}/zvclr-blocks.o")
+endif()
+
 install(FILES include/zvclr.h include/zverror.h include/zvspaces.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 

@@ -92,14 +92,21 @@ enum ClrSpaceId {
 
 /**
  * Conversion methods: bits of ClrParams.methods, one of them in activeMethod.
- * In this version only the built-in method converts. The flags of the others are
- * accepted; converters with an ICC method answer ERR_INVALID_PARAMETER when they
- * are run, and those with an emulation method convert nothing and return 1.
+ * Each method that is set prepares its own objects in Zv_ClrInit, and activeMethod
+ * chooses among them.
+ *
+ * The ICC methods serve pairs of a hub and CLRSPACE_CMYK, CLRSPACE_CMY or CLRSPACE_LAB.
+ * There the bytes of CLRSPACE_LAB are those of ICC profiles: L 0 to 255, a and b with an
+ * offset of 128. Their rows are packed or spread around a packed run of pixels, and
+ * destinationRowExtra is an alignment on this route: a row begins at the next multiple
+ * of it. CLRSPACE_CMYK is ink as everywhere: 255 is full ink.
+ *
+ * In this version the emulation methods are accepted, convert nothing and return 1.
  */
 enum ClrMethod {
     CLRMETHOD_BUILTIN = 1,           /**< fixed arithmetic of each pair of spaces */
-    CLRMETHOD_ICC = 2,               /**< ICC profiles held by the library */
-    CLRMETHOD_CUSTOM_ICC = 4,        /**< the caller's ICC profiles */
+    CLRMETHOD_ICC = 2,               /**< ICC profiles held by the library; see docs/profiles.md */
+    CLRMETHOD_CUSTOM_ICC = 4,        /**< the caller's ICC profiles; see Zv_ClrInit */
     CLRMETHOD_EMULATION = 8,         /**< built-in emulation tables */
     CLRMETHOD_CUSTOM_EMULATION = 16, /**< emulation tables from the caller's file */
     CLRMETHOD_AUTOMATIC = 32         /**< the library picks; both methods and activeMethod must hold exactly 32 */
@@ -287,6 +294,22 @@ typedef struct ClrParams {
  * When neither space is a hub (RGB, BGR) every conversion runs in two built-in
  * steps through RGB, whatever the method.
  *
+ * CLRMETHOD_ICC: spaces that the built-in profiles do not serve are
+ * ERR_COLORSPACE_UNSUPPORTED; a built-in profile that is missing from the resource module
+ * is ERR_PROFILE_LOAD. Two hubs are accepted, and no transform is made for them.
+ *
+ * CLRMETHOD_CUSTOM_ICC makes a transform when an output profile is named or given in
+ * memory. On each side memory goes before the name. The input profile must be there
+ * (ERR_FILE_NOT_FOUND, ERR_INVALID_PARAMETER for memory that cannot be read or is empty);
+ * an output file that does not exist means the built-in profile of the destination.
+ * ERR_PROFILE_LOAD: a profile cannot be opened; ERR_TRANSFORM_CREATE: its colour space is
+ * not that of the pixels (CLRSPACE_BGR goes with a profile of any space). Profiles that
+ * open but lack what a transform needs make a converter without one, and Zv_ClrConvert
+ * answers ERR_INVALID_PARAMETER. Tables A2B0 and B2A0 and matrix profiles are used,
+ * of any profile version; parametric curves are not.
+ *
+ * The white point works on conversions out of RGB into CMY, CMYK and Lab.
+ *
  * A refused ClrCmykParams (unreadable or of a wrong size), ClrYuvParams or ClrLabParams
  * (unreadable) keeps what was built until the library is unloaded, some 2 kB a call.
  */
@@ -319,6 +342,7 @@ ZVCLR_API int32_t Zv_ClrIsValid(const ClrHandle* converter);
  *         reach its buffers, the padding of the last row included), ERR_BAD_POINTER,
  *         ERR_INVALID_HANDLE, ERR_SAME_BUFFER (in place, equal spaces, different padding),
  *         ERR_METHOD_UNAVAILABLE, ERR_WIDTH_MULTIPLE, ERR_YVU9_SIZE, ERR_NO_MEMORY,
+ *         ERR_INVALID_PARAMETER too when the active ICC method has no transform,
  *         ERR_BAD_TAG (an HLS pixel with a hue and no saturation: pixels before it are
  *         written), ERR_YUV_SAMPLING_RATIO, ERR_YUV_VERTICAL_PACKED, ERR_YUV_PLANAR_PADDING.
  *         0 from CLRSPACE_YCCK with the built-in method (the image is written) and when the

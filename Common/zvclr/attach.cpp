@@ -1,4 +1,5 @@
-// What happens when the library is loaded and unloaded, and where its resources are looked up.
+// What happens when the library is loaded and unloaded.
+#include "Common/lookup.h"
 #include "Common/zvclr/frame.h"
 #include "host/entry.h"
 #include "host/platform.h"
@@ -8,21 +9,11 @@ namespace zv {
 namespace {
 
 // Constant-initialised: the library works before its own constructors have run.
-constinit HMODULE resourceModule = nullptr;
 constinit int32_t attachCount = 0;
 constinit bool guardReady = false;
 CRITICAL_SECTION guard;
 
 }  // namespace
-
-ClrResource FindClrResource(const ZvChar* type, uint16_t id) noexcept {
-    const HRSRC found = FindResourceW(resourceModule, MAKEINTRESOURCEW(id), type);
-    if (found == nullptr) return {nullptr, 0};
-    const HGLOBAL loaded = LoadResource(resourceModule, found);
-    const void* data = loaded == nullptr ? nullptr : LockResource(loaded);
-    if (data == nullptr) return {nullptr, 0};
-    return {static_cast<const uint8_t*>(data), SizeofResource(resourceModule, found)};
-}
 
 }  // namespace zv
 
@@ -31,7 +22,7 @@ using namespace zv;
 // ClrGlobalYcckTables and ClrGcrSquares are constants of the program: there is nothing to fill at attach.
 void ClrProcessAttach(void* module) noexcept {
     // The first attach of the library as its own module finds it in force, or what a constructor before it has chosen.
-    if (module != nullptr || attachCount > 0) resourceModule = static_cast<HMODULE>(module);
+    if (module != nullptr || attachCount > 0) SetClrResourceModule(module);
     // The loader serialises attach and detach; only a second attach finds the guard in use.
     if (!guardReady) {
         InitializeCriticalSection(&guard);
@@ -54,5 +45,3 @@ void ClrProcessDetach() noexcept {
         guardReady = false;
     }
 }
-
-void SetResModule(void* module) { resourceModule = static_cast<HMODULE>(module); }

@@ -144,18 +144,6 @@ void CopyRows(const ClrImage& image, size_t rowBytes) noexcept {
     }
 }
 
-int32_t ConvertByProfile(const ClrHandle& converter, const ClrImage& i) noexcept {
-    if (converter.sourceSpace == CLRSPACE_YCCK) {
-        return ClrYcckToHub(&converter, i.source, i.destination, i.width, i.height, i.sourceRowExtra,
-                            i.destinationRowExtra, converter.destinationSpace == CLRSPACE_RGB ? 1 : 0);
-    }
-    if (converter.destinationSpace == CLRSPACE_YCCK) {
-        return ClrYcckFromHub(&converter, i.source, i.destination, i.width, i.height, i.sourceRowExtra,
-                              i.destinationRowExtra);
-    }
-    return ERR_INVALID_PARAMETER;  // no transform is stored
-}
-
 }  // namespace zv
 
 int32_t Zv_ClrConvert(const ClrHandle* converter, const void* source, void* destination, int32_t width, int32_t height,

@@ -1,3 +1,4 @@
+#include "Common/Zvtrans/transform.h"
 #include "Common/kernels/kernels.h"
 #include "Common/zvclr/frame.h"
 #include "host/host.h"
@@ -66,6 +67,7 @@ private:
     int32_t MakeDefault(ClrHandle** receiver) noexcept;
     int32_t MakeWithParams() noexcept;
     int32_t CopyWhitePoint() noexcept;
+    int32_t BuildTransforms() noexcept;
     int32_t CopyCmykParams() noexcept;
     int32_t CopyYuvParams() noexcept;
     int32_t BuildLabRecords() noexcept;
@@ -81,7 +83,13 @@ private:
         return code;
     }
     /// What the methods have built goes before the rest; records stay.
-    int32_t UnwindB(int32_t code) noexcept { return UnwindA(code); }
+    int32_t UnwindB(int32_t code) noexcept {
+        CmmFreeTransform(converter_->customTransform);
+        CmmFreeTransform(converter_->iccTransform);
+        FreeProfileMemory(converter_->inputProfileMemory);
+        FreeProfileMemory(converter_->outputProfileMemory);
+        return UnwindA(code);
+    }
     /// The records made so far, newest first, then the rest.
     int32_t UnwindRecords(int32_t code) noexcept {
         FreeRecord(converter_->labEncode);
@@ -173,15 +181,9 @@ int32_t Creation::MakeWithParams() noexcept {
     converter_->gammaPercent = kGammaPercent;
     converter_->route = RouteOf(sourceSpace_, destinationSpace_);
 
-    // Each enabled method builds its own objects here, in this order: transforms of the built-in profiles, (the ids in
-    // place of formats,) transforms of the caller's profiles, emulation tables.
-    if (converter_->route == kRouteThroughHub) {
-        converter_->sourceFormat = static_cast<uint32_t>(sourceSpace_);
-        converter_->destinationFormat = static_cast<uint32_t>(destinationSpace_);
-    }
-
-    for (const auto step : {&Creation::CopyCmykParams, &Creation::CopyYuvParams, &Creation::BuildLabRecords,
-                            &Creation::BuildYcckTables}) {
+    // Each enabled method builds its own objects; the records that several methods share come after them.
+    for (const auto step : {&Creation::BuildTransforms, &Creation::CopyCmykParams, &Creation::CopyYuvParams,
+                            &Creation::BuildLabRecords, &Creation::BuildYcckTables}) {
         if (const int32_t result = (this->*step)(); result != CLR_SUCCESS) return result;
     }
     converter_->sourceSpace = sourceSpace_;
@@ -199,6 +201,26 @@ int32_t Creation::CopyWhitePoint() noexcept {
     converter_->whitePoint = AllocRecord<ClrWhitePoint>();
     if (converter_->whitePoint == nullptr) return UnwindA(ERR_NO_MEMORY);
     *converter_->whitePoint = white;
+    return CLR_SUCCESS;
+}
+
+/// The ids stand in the place of the formats where no transform serves.
+int32_t Creation::BuildTransforms() noexcept {
+    if (converter_->route == kRouteThroughHub) {
+        converter_->sourceFormat = static_cast<uint32_t>(sourceSpace_);
+        converter_->destinationFormat = static_cast<uint32_t>(destinationSpace_);
+        return CLR_SUCCESS;
+    }
+    if ((params_->methods & CLRMETHOD_ICC) != 0) {
+        const int32_t result = ClrBuildIccTransform(converter_, sourceSpace_, destinationSpace_, params_);
+        if (result != CLR_SUCCESS) return UnwindB(result);
+    }
+    // An input profile alone builds nothing.
+    const bool outputGiven = params_->outputProfileMemory != nullptr || params_->outputProfileName[0] != 0;
+    if ((params_->methods & CLRMETHOD_CUSTOM_ICC) != 0 && outputGiven) {
+        const int32_t result = ClrBuildCustomTransform(converter_, sourceSpace_, destinationSpace_, params_);
+        if (result != CLR_SUCCESS) return UnwindB(result);
+    }
     return CLR_SUCCESS;
 }
 

@@ -68,22 +68,27 @@ void CopyRows(const ClrImage& image, size_t rowBytes) noexcept;
 /// What Zv_ClrConvertDirect does.
 int32_t ConvertDirect(int32_t sourceSpace, int32_t destinationSpace, const ClrImage& image) noexcept;
 
+// --- Transforms -----------------------------------------------------------------------------------------------------
+
+/// The format word of a colour space, or CMMFORMAT_NONE.
+uint32_t ClrFormatWord(int32_t space) noexcept;
+/// Both fill the converter's transform and its two formats, and return a status. A null transform with CLR_SUCCESS is
+/// possible. The second copies the caller's names and profiles into the converter, which keeps them on failure too.
+int32_t ClrBuildIccTransform(ClrHandle* converter, int32_t sourceSpace, int32_t destinationSpace,
+                             const ClrParams* params) noexcept;
+int32_t ClrBuildCustomTransform(ClrHandle* converter, int32_t sourceSpace, int32_t destinationSpace,
+                                const ClrParams* params) noexcept;
+/// Releases a copied profile and its record; null does nothing.
+void FreeProfileMemory(ClrProfileMemory*& memory) noexcept;
+
 /// The ICC methods.
 int32_t ConvertByProfile(const ClrHandle& converter, const ClrImage& image) noexcept;
-
-// --- Resources ------------------------------------------------------------------------------------------------------
-
-struct ClrResource {
-    const uint8_t* data;
-    uint32_t size;
-};
-
-/// A data block of the module in force, of type "ICM" or "ET"; null data if there is none.
-ClrResource FindClrResource(const ZvChar* type, uint16_t id) noexcept;
-
-// --- Files ----------------------------------------------------------------------------------------------------------
-
-/// Nonzero when the path names something that exists.
-int32_t ClrFileExists(const ZvChar* path) noexcept;
+/// Takes the padding out of an image.
+void ClrPackRows(const uint8_t* source, uint8_t* buffer, int32_t height, int32_t width, int32_t pixelBytes,
+                 int32_t sourceRowExtra) noexcept;
+/// Moves packed rows apart, in place. Unlike elsewhere the padding is an alignment: rows come to lie at the next
+/// multiple of it.
+int32_t ClrSpreadRows(uint8_t* destination, int32_t height, int32_t width, int32_t pixelBytes,
+                      int32_t destinationRowExtra) noexcept;
 
 }  // namespace zv

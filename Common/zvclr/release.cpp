@@ -1,3 +1,4 @@
+#include "Common/Zvtrans/transform.h"
 #include "Common/kernels/kernels.h"
 #include "Common/zvclr/frame.h"
 #include "host/host.h"
@@ -12,12 +13,6 @@ void FreeIfSet(void* block) noexcept {
     if (block != nullptr) HostFree(block, __LINE__, kSource);
 }
 
-void FreeProfileMemory(ClrProfileMemory* memory) noexcept {
-    if (memory == nullptr) return;
-    FreeIfSet(memory->data);
-    HostFree(memory, __LINE__, kSource);
-}
-
 }  // namespace
 
 bool ReleaseConverter(ClrHandle* converter) noexcept {
@@ -28,6 +23,9 @@ bool ReleaseConverter(ClrHandle* converter) noexcept {
     FreeIfSet(converter->labEncode);
     FreeIfSet(converter->ycckTables);
     FreeIfSet(converter->whitePoint);
+    // What a method left behind that is no longer among the converter's stays.
+    if ((converter->methods & CLRMETHOD_ICC) != 0) CmmFreeTransform(converter->iccTransform);
+    if ((converter->methods & CLRMETHOD_CUSTOM_ICC) != 0) CmmFreeTransform(converter->customTransform);
     FreeProfileMemory(converter->inputProfileMemory);
     FreeProfileMemory(converter->outputProfileMemory);
     HostFree(converter, __LINE__, kSource);

@@ -14,6 +14,8 @@ namespace zv::test {
 
 namespace {
 
+constexpr uint8_t kUsualFill = 0xA5;
+
 struct State {
     std::mutex lock;
     std::unordered_map<void*, LiveBlock> live;
@@ -21,6 +23,8 @@ struct State {
     int64_t allocations = 0;
     int64_t failAllocation = 0;
     size_t failAbove = 0;
+    size_t largestRequest = 0;
+    uint8_t fill = kUsualFill;
     int64_t fileAccesses = 0;
     int64_t failFileAccess = 0;
 };
@@ -50,16 +54,17 @@ void* Allocate(const char* operation, int64_t size, int64_t count, bool zeroed, 
     const std::lock_guard guard(host.lock);
     int64_t product = 0;
     const bool fits = size >= 0 && count >= 0 && !__builtin_mul_overflow(size, count, &product);
-    const auto bytes = static_cast<size_t>(product);
+    const auto bytes = fits ? static_cast<size_t>(product) : SIZE_MAX;
     Record(host, operation, bytes, line, file);
     ++host.allocations;
+    host.largestRequest = std::max(host.largestRequest, bytes);
     if (!fits || host.allocations == host.failAllocation || (host.failAbove != 0 && bytes > host.failAbove)) {
         return nullptr;
     }
     void* block = std::malloc(bytes == 0 ? 1 : bytes);
     if (block == nullptr) return nullptr;
     // Contents are undefined, and made to look it.
-    std::memset(block, zeroed ? 0 : 0xA5, bytes);
+    std::memset(block, zeroed ? 0 : host.fill, bytes);
     host.live[block] = {block, bytes, line, Text(file), shared};
     return block;
 }
@@ -124,6 +129,8 @@ void RecordingHost::Reset() {
     host.allocations = 0;
     host.failAllocation = 0;
     host.failAbove = 0;
+    host.largestRequest = 0;
+    host.fill = kUsualFill;
     host.fileAccesses = 0;
     host.failFileAccess = 0;
 }
@@ -144,6 +151,24 @@ void RecordingHost::FailFileAccess(int64_t n) {
     State& host = Host();
     const std::lock_guard guard(host.lock);
     host.failFileAccess = n == 0 ? 0 : host.fileAccesses + n;
+}
+
+void RecordingHost::FillBlocksWith(uint8_t fill) {
+    State& host = Host();
+    const std::lock_guard guard(host.lock);
+    host.fill = fill;
+}
+
+int64_t RecordingHost::FileAccessesSinceReset() const {
+    State& host = Host();
+    const std::lock_guard guard(host.lock);
+    return host.fileAccesses;
+}
+
+size_t RecordingHost::LargestRequestSinceReset() const {
+    State& host = Host();
+    const std::lock_guard guard(host.lock);
+    return host.largestRequest;
 }
 
 int64_t RecordingHost::AllocationsSinceReset() const {
@@ -251,7 +276,11 @@ int32_t HostFileReadMore(HostFile file, void* buffer, int32_t count) noexcept {
 }
 int64_t HostFileSeek(HostFile file, int64_t offset, int32_t origin) noexcept {
     if (FileAccessFails("HostFileSeek", 0)) return -1;
-    return SetFilePointer(HandleOf(file), static_cast<LONG>(offset), nullptr, origin == 0 ? FILE_BEGIN : FILE_CURRENT);
+    auto high = static_cast<LONG>(offset >> 32);
+    const auto low = static_cast<LONG>(static_cast<uint32_t>(static_cast<uint64_t>(offset)));
+    const DWORD position = SetFilePointer(HandleOf(file), low, &high, origin == 0 ? FILE_BEGIN : FILE_CURRENT);
+    if (position == INVALID_SET_FILE_POINTER && GetLastError() != 0) return -1;
+    return (static_cast<int64_t>(high) << 32) | static_cast<int64_t>(position);
 }
 HANDLE HostCreateFile(const ZvChar* name, DWORD access, DWORD share, void* security, DWORD disposition, DWORD flags,
                       HANDLE templateFile, int32_t, const ZvChar*) noexcept {

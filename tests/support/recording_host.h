@@ -32,7 +32,7 @@ class RecordingHost {
 public:
     static RecordingHost& Get();
 
-    /// No failures planned, no calls recorded; live blocks stay.
+    /// No failures planned, no calls recorded, the usual fill; live blocks stay.
     void Reset();
     /// The n-th allocation from now on fails, counted from 1; 0 lets all pass.
     void FailAllocation(int64_t n);
@@ -41,7 +41,13 @@ public:
     /// The n-th read or write of a file from now on fails.
     void FailFileAccess(int64_t n);
 
+    /// What new blocks hold that are not cleared. Results that differ with it come from bytes that nobody wrote.
+    void FillBlocksWith(uint8_t fill);
+
     int64_t AllocationsSinceReset() const;
+    int64_t FileAccessesSinceReset() const;
+    /// The most bytes that one call asked for since then.
+    size_t LargestRequestSinceReset() const;
     size_t LiveCount() const;
     std::vector<LiveBlock> LiveBlocks() const;
     std::vector<HostCall> Calls() const;

@@ -19,10 +19,16 @@ int32_t Complement(CmmTransform*, const void* input, void* output, uint32_t pixe
 
 int32_t Refuse(CmmTransform*, const void*, void*, uint32_t) { return ERR_FAILURE; }
 
+CmmTransform RunBy(CmmRunner runner) {
+    CmmTransform transform{};
+    transform.run = runner;
+    return transform;
+}
+
 constexpr int32_t kWidth = 5, kHeight = 3;
 
 TEST(RunTransform, StoresThePixelCountAndPassesEverythingOn) {
-    CmmTransform transform{7, 7, Complement<3, 3>};
+    CmmTransform transform = RunBy(Complement<3, 3>);
     const uint8_t in[6] = {1, 2, 3, 4, 5, 6};
     uint8_t out[6] = {};
     EXPECT_EQ(1, CmmRunTransform(in, out, 2, &transform));
@@ -37,7 +43,7 @@ TEST(RunTransform, StoresThePixelCountAndPassesEverythingOn) {
 
 TEST(RunTransform, TransformThatCannotBeWritten) {
     GuardedBuffer page(sizeof(CmmTransform));
-    const CmmTransform transform{0, 0, Complement<3, 3>};
+    const CmmTransform transform = RunBy(Complement<3, 3>);
     auto* placed = PlaceAt(page.Data(), transform);
     uint8_t pixel[3] = {};
     EXPECT_EQ(1, CmmRunTransform(pixel, pixel, 1, placed));
@@ -71,7 +77,7 @@ private:
 
 TEST(YcckByProfiles, ToHubRunsTheTransformOverThePackedInks) {
     const HostScope host;
-    CmmTransform transform{0, 0, Complement<4, 3>};
+    CmmTransform transform = RunBy(Complement<4, 3>);
     const ByProfiles c(CLRSPACE_YCCK, CLRSPACE_RGB, &transform);
     constexpr int32_t kFrom = 2, kTo = 4;
     const GuardedBuffer from(PaddedBytes(11, kWidth, kHeight, kFrom)), to(TightBytes(0, kWidth, kHeight, kTo));
@@ -92,7 +98,7 @@ TEST(YcckByProfiles, ToHubRunsTheTransformOverThePackedInks) {
 
 TEST(YcckByProfiles, ResultOfTheTransformIsReturned) {
     const HostScope host;
-    CmmTransform transform{0, 0, Refuse};
+    CmmTransform transform = RunBy(Refuse);
     const GuardedBuffer four(PaddedBytes(11, kWidth, kHeight, 0)), three(PaddedBytes(0, kWidth, kHeight, 0));
     const ByProfiles toHub(CLRSPACE_YCCK, CLRSPACE_RGB, &transform), fromHub(CLRSPACE_RGB, CLRSPACE_YCCK, &transform);
     EXPECT_EQ(ERR_FAILURE, toHub.Convert(four, three, 0, 0));
@@ -110,7 +116,7 @@ TEST(YcckByProfiles, WithoutATransformIsInvalidParameter) {
 
 TEST(YcckByProfiles, FromHubWritesNothingForWantOfTables) {
     const HostScope host;
-    CmmTransform transform{0, 0, Complement<3, 4>};
+    CmmTransform transform = RunBy(Complement<3, 4>);
     const ByProfiles c(CLRSPACE_RGB, CLRSPACE_YCCK, &transform);
     const GuardedBuffer from(PaddedBytes(0, kWidth, kHeight, 2)), to(PaddedBytes(11, kWidth, kHeight, 1));
     EXPECT_EQ(1, c.Convert(from, to, 2, 1));
@@ -120,7 +126,7 @@ TEST(YcckByProfiles, FromHubWritesNothingForWantOfTables) {
 
 TEST(YcckByProfiles, EveryAllocationFailing) {
     HostScope host;
-    CmmTransform toInks{0, 0, Complement<3, 4>}, toPixels{0, 0, Complement<4, 3>};
+    CmmTransform toInks = RunBy(Complement<3, 4>), toPixels = RunBy(Complement<4, 3>);
     const GuardedBuffer four(PaddedBytes(11, kWidth, kHeight, 0)), three(PaddedBytes(0, kWidth, kHeight, 0));
     const ByProfiles toHub(CLRSPACE_YCCK, CLRSPACE_RGB, &toPixels), fromHub(CLRSPACE_RGB, CLRSPACE_YCCK, &toInks);
     const size_t held = host.Leaked();

@@ -32,6 +32,8 @@ TEST(AutomaticMethod, OfEveryPair) {
                 const Converter chosen(source, destination, &params);
                 EXPECT_EQ(expected, chosen->activeMethod);
                 EXPECT_EQ(expected, chosen->methods);
+                EXPECT_EQ(expected == CLRMETHOD_ICC, chosen->iccTransform != nullptr);
+                EXPECT_EQ(nullptr, chosen->customTransform);
             }
             EXPECT_EQ(kAutomatic, params.methods);
             EXPECT_EQ(kAutomatic, params.activeMethod);
@@ -56,6 +58,26 @@ TEST(AutomaticMethod, HubToCmykIsByProfilesAndTheRecordIsPutBack) {
     const Converter c(0, 2, &params);
     EXPECT_EQ(2U, c->activeMethod);
     EXPECT_EQ(0, std::memcmp(&before, &params, sizeof params));
+
+    ClrParams icc = MakeParams(CLRMETHOD_ICC, CLRMETHOD_ICC);
+    const Converter named(0, 2, &icc);
+    const std::vector<uint8_t> pixels = RandomBytes(60, 4);
+    std::vector<uint8_t> chosen(80), expected(80);
+    EXPECT_EQ(CLR_SUCCESS, Zv_ClrConvert(c.Get(), pixels.data(), chosen.data(), 20, 1, 0, 0));
+    EXPECT_EQ(CLR_SUCCESS, Zv_ClrConvert(named.Get(), pixels.data(), expected.data(), 20, 1, 0, 0));
+    EXPECT_EQ(expected, chosen);
+}
+
+/// Creation that fails in the method's own step, after the choice.
+TEST(AutomaticMethod, AFailureOfTheTransformLeavesTheRecordChanged) {
+    const HostScope host;
+    ClrParams params = MakeParams(kAutomatic, kAutomatic);
+    host->FailAllocationsAbove(100000);
+    EXPECT_EQ(ERR_PROFILE_LOAD, FailingInit(2, 0, &params));
+    host->FailAllocationsAbove(0);
+    EXPECT_EQ(2U, params.methods);
+    EXPECT_EQ(2U, params.activeMethod);
+    EXPECT_EQ(0, RegisteredCount());
 }
 
 TEST(AutomaticMethod, NeedsBothFieldsToHoldExactlyThirtyTwo) {

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "Common/lookup.h"
 #include "Common/zvclr/frame.h"
 #include "host/host.h"
 #include "zvclr.h"
@@ -44,6 +45,11 @@ void HostMove(void* destination, const void* source, size_t count) noexcept {
     std::memmove(destination, source, count);
 }
 void HostFill(void* destination, uint8_t value, size_t count) noexcept { std::memset(destination, value, count); }
+// A host without files.
+HostFile HostFileOpen(const ZvChar*, int32_t, int32_t) noexcept { return kNoHostFile; }
+void HostFileClose(HostFile) noexcept {}
+int32_t HostFileRead(HostFile, void*, int32_t) noexcept { return 0; }
+int64_t HostFileSeek(HostFile, int64_t, int32_t) noexcept { return -1; }
 
 namespace {
 
@@ -90,7 +96,12 @@ int main() {
 #ifndef _WIN32
     Check(zv::FindClrResource(ZV_WIDE("ICM"), 105).data == nullptr && GetLastError() == ERROR_RESOURCE_DATA_NOT_FOUND,
           "the attach lost the module that was chosen before it");
+    SetResModule(nullptr);
 #endif
+    constexpr uint16_t kProfiles[] = {105, 106, 107, 110};
+    for (const uint16_t id : kProfiles) {
+        Check(zv::FindClrResource(ZV_WIDE("ICM"), id).data != nullptr, "a built-in profile is missing");
+    }
     ClrHandle* second = nullptr;
     Check(Zv_ClrInit(&second, CLRSPACE_RGB, CLRSPACE_LAB, nullptr) == CLR_SUCCESS, "creation failed");
     Check(zv::RegisteredCount() == 2 && liveBlocks == 5, "the list does not hold both converters");

@@ -8,8 +8,8 @@
 #    include <cstdio>
 #endif
 
+#include "tests/Common/zvclr/icc_fixture.h"
 #include "tests/support/address_sanitizer.h"
-#include "tests/support/frame_fixture.h"
 
 #ifdef ZV_WITH_ADDRESS_SANITIZER
 extern "C" size_t __sanitizer_get_current_allocated_bytes();
@@ -83,6 +83,53 @@ INSTANTIATE_TEST_SUITE_P(Pairs, Growth,
                              return std::to_string(instance.param.source) + "To" +
                                     std::to_string(instance.param.destination);
                          });
+
+/// Transforms are large: fewer rounds, and room for the allocator to settle that one transform would exceed.
+void ExpectNoGrowthOfTransforms(HostScope& host, int rounds, const std::function<void()>& round) {
+    RunRounds(host, 3, round);
+    const size_t before = HeldBytes();
+    const size_t blocks = host->LiveCount();
+    RunRounds(host, rounds, round);
+    EXPECT_EQ(blocks, host->LiveCount());
+    EXPECT_EQ(0, RegisteredCount());
+    EXPECT_LE(HeldBytes(), before + (size_t{4} << 20));
+}
+
+TEST(GrowthOfTransforms, BuiltinProfiles) {
+    HostScope host;
+    FullRecords records(CLRMETHOD_ICC, CLRMETHOD_ICC);
+    const Bytes pixels = RandomBytes(4 * 32, 5);
+    Bytes out(4 * 32);
+    ExpectNoGrowthOfTransforms(host, 20, [&] {
+        for (const int32_t space : {2, 7, 11}) {
+            ClrHandle* handle = nullptr;
+            ASSERT_EQ(CLR_SUCCESS, Zv_ClrInit(&handle, space, CLRSPACE_RGB, &records.params));
+            ASSERT_EQ(CLR_SUCCESS, Zv_ClrConvert(handle, pixels.data(), out.data(), 8, 4, 0, 0));
+            ASSERT_EQ(CLR_SUCCESS, Zv_ClrFree(handle));
+        }
+    });
+}
+
+TEST(GrowthOfTransforms, ProfilesOfTheCaller) {
+    HostScope host;
+    MemoryProfile input(GammaProfile(0x0180)), output(ExchangedProfile());
+    ClrParams good = CustomParams(&input, &output), bad = good;
+    MemoryProfile cut(Bytes(input.bytes.begin(), input.bytes.end() - 20));
+    bad.outputProfileMemory = &cut.record;
+    const Bytes pixels = RandomBytes(96, 5);
+    Bytes out(96);
+    ExpectNoGrowthOfTransforms(host, 5000, [&] {
+        ClrHandle* handle = nullptr;
+        ASSERT_EQ(CLR_SUCCESS, Zv_ClrInit(&handle, CLRSPACE_RGB, CLRSPACE_BGR, &good));
+        ASSERT_EQ(CLR_SUCCESS, Zv_ClrConvert(handle, pixels.data(), out.data(), 8, 4, 0, 0));
+        ASSERT_EQ(CLR_SUCCESS, Zv_ClrFree(handle));
+        ASSERT_EQ(ERR_TRANSFORM_CREATE, FailingInit(CLRSPACE_CMYK, CLRSPACE_RGB, &good));
+        handle = nullptr;
+        if (Zv_ClrInit(&handle, CLRSPACE_RGB, CLRSPACE_BGR, &bad) == CLR_SUCCESS) {
+            ASSERT_EQ(CLR_SUCCESS, Zv_ClrFree(handle));
+        }
+    });
+}
 
 TEST(GrowthOfFailures, RefusedCreationsTakeNothingAlong) {
     HostScope host;

@@ -1,4 +1,5 @@
-// Methods whose objects are absent: accepted at creation, and what they convert to.
+// Methods whose objects are absent: accepted at creation, and what they convert to. Without profiles the custom method
+// has none, and between two hubs neither has the other.
 #include "tests/support/frame_fixture.h"
 
 namespace zv::test {

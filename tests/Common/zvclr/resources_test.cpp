@@ -5,6 +5,7 @@
 
 #include <string_view>
 
+#include "Common/lookup.h"
 #include "host/entry.h"
 #include "tests/support/frame_fixture.h"
 #include "tests/support/resource_module.h"
@@ -51,6 +52,45 @@ TEST(Resources, OfNoModuleHaveNoSuchTypeOrId) {
         EXPECT_EQ(0U, block.size);
     }
     EXPECT_EQ(nullptr, FindClrResource(ZV_WIDE("NONE"), 105).data);
+}
+
+TEST(Resources, LibraryCarriesItsProfiles) {
+    struct Profile {
+        uint16_t id;
+        uint32_t size;
+    };
+    constexpr Profile kProfiles[] = {{105, 3144}, {106, 200182}, {107, 725436}, {110, 102000}};
+    for (const Profile& profile : kProfiles) {
+        const ClrResource block = FindClrResource(kIcm, profile.id);
+        ASSERT_NE(nullptr, block.data) << profile.id;
+        EXPECT_EQ(profile.size, block.size) << profile.id;
+        EXPECT_EQ("acsp", TextOf(block).substr(36, 4)) << profile.id;
+        const uint8_t* size = block.data;
+        EXPECT_EQ(block.size, uint32_t{size[0]} << 24 | uint32_t{size[1]} << 16 | uint32_t{size[2]} << 8 | size[3]);
+    }
+    constexpr uint16_t kOthers[] = {0, 104, 108, 109, 111};
+    for (const uint16_t other : kOthers) EXPECT_EQ(nullptr, FindClrResource(kIcm, other).data) << other;
+}
+
+TEST(Resources, ProfilesComeFromTheModuleInForce) {
+    const HostScope host;
+    const Module empty(ZVCLR_TEST_EMPTY_MODULE), noise(ZVCLR_TEST_RESOURCE_MODULE);
+    ASSERT_NE(nullptr, empty.Handle());
+    ASSERT_NE(nullptr, noise.Handle());
+    ClrParams params = MakeParams(CLRMETHOD_ICC, CLRMETHOD_ICC);
+    // The one has no profiles, in the other there is no profile behind the id.
+    for (const Module* module : {&empty, &noise}) {
+        SetResModule(module->Handle());
+        for (const int32_t space : {2, 6, 7, 11}) {
+            EXPECT_EQ(ERR_PROFILE_LOAD, FailingInit(CLRSPACE_RGB, space, &params)) << space;
+            EXPECT_EQ(ERR_PROFILE_LOAD, FailingInit(space, CLRSPACE_BGR, &params)) << space;
+        }
+        const Converter hubs(CLRSPACE_RGB, CLRSPACE_BGR, &params);  // needs none
+    }
+    EXPECT_EQ(0, RegisteredCount());
+    SetResModule(nullptr);
+    const Converter again(CLRSPACE_RGB, CLRSPACE_CMYK, &params);
+    EXPECT_NE(nullptr, again->iccTransform);
 }
 
 TEST(Resources, OfALoadedModuleHaveExactSizesAndBytes) {
