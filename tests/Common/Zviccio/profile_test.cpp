@@ -1,6 +1,9 @@
 // The engine's reader: opening profiles, finding tags, XYZ values and curves.
 #include "Common/Zviccio/profile.h"
 
+#include <algorithm>
+#include <cstring>
+
 #include "tests/support/engine_records.h"
 #include "tests/support/engine_reference.h"
 #include "tests/support/frame_fixture.h"
@@ -290,6 +293,17 @@ TEST(FindTag, BadRecord) {
     EXPECT_EQ(nullptr, CmmReadLutTag(bad, kAny));
 }
 
+TEST(FindTag, NeverLooksBehindTheDirectory) {
+    CmmProfile profile;
+    // Whatever lies behind the last signature reads as this one.
+    std::memset(static_cast<void*>(&profile), 't', sizeof profile);
+    std::fill(std::begin(profile.tagSignature), std::end(profile.tagSignature), Signature("othr"));
+    for (const int32_t count : {50, 51, 52, INT32_MAX}) {
+        profile.tagCount = count;
+        EXPECT_EQ(-1, CmmFindTag(&profile, Signature("tttt"))) << count;
+    }
+}
+
 // --- XYZ ------------------------------------------------------------------------------------------------------------
 
 TEST(ReadXyz, BothTypeWordsAndNoOther) {
@@ -420,6 +434,21 @@ TEST(ReadCurve, BodiesReadAheadAreDuplicated) {
     EXPECT_EQ(int32_t{sizeof xyz}, CmmReadXyzTag(&profile, Signature("wtpt"), out));
     EXPECT_EQ(3.5, out[2]);
     EXPECT_EQ(nullptr, CmmReadLutTag(&profile, kAny));
+}
+
+TEST(CloseProfile, ReleasesBodiesReadAheadUpToTheTagCount) {
+    HostScope host;
+    const ZvChar* const file = ZV_WIDE("test");
+    auto* const profile = static_cast<CmmProfile*>(HostAllocZeroed(sizeof(CmmProfile), 1, 1, file));
+    profile->file = kNoHostFile;
+    profile->tagCount = 3;
+    profile->tagData[0] = HostAlloc(8, 1, 1, file);
+    profile->tagData[2] = HostAlloc(8, 1, 1, file);
+    void* const beyond = HostAlloc(8, 1, 1, file);
+    profile->tagData[3] = beyond;
+    EXPECT_EQ(1, CmmCloseProfile(profile));
+    EXPECT_EQ(1U, host.Leaked()) << "the one beyond the tags";
+    HostFree(beyond, 1, file);
 }
 
 }  // namespace

@@ -221,7 +221,8 @@ TEST(PatchEndpoints, InksToLab) {
     const Built patched = BuildFromBytes(Lut("CMYK"), CMMFORMAT_CMYK_8, Lut("Lab "), CMMFORMAT_LAB_8,
                                          {reference::kConnectionD50, true, false});
     EXPECT_EQ((Bytes{0xFF, 0x80, 0x80}), RunPixels(patched.transform.get(), {0, 0, 0, 0}));
-    EXPECT_EQ((Bytes{0, 0, 0}), RunPixels(patched.transform.get(), {0, 0, 0, 0xFF})) << "not neutral, and so told";
+    EXPECT_EQ((Bytes{0, 0, 0}), RunPixels(patched.transform.get(), {0, 0, 0, 0xFF}))
+        << "a and b of black are not neutral";
 }
 
 TEST(PatchEndpoints, LabToRgbByTheNodeBelowWhite) {

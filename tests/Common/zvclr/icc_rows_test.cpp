@@ -127,7 +127,7 @@ int32_t Mix(CmmTransform*, const void* input, void* output, uint32_t pixelCount)
 class Borrower {
 public:
     Borrower(int32_t source, int32_t destination, uint32_t method, CmmTransform* transform)
-        : converter_(source, destination), method_(method) {
+        : converter_(source, destination) {
         converter_->activeMethod = method;
         (method == CLRMETHOD_ICC ? converter_->iccTransform : converter_->customTransform) = transform;
     }
@@ -139,7 +139,6 @@ public:
 
 private:
     Converter converter_;
-    uint32_t method_;
 };
 
 struct Shape {
@@ -279,6 +278,17 @@ TEST(ProfileRows, WithoutTheMethodsOwnTransform) {
     }
     EXPECT_EQ(Bytes(100, 0xCD), out);
     EXPECT_EQ(0U, transform.inputCount);
+}
+
+TEST(ProfileRows, WithoutATransformTheDestinationsOldRowsAreSpread) {
+    const HostScope host;
+    const Converter c(0, 7);
+    c->activeMethod = CLRMETHOD_ICC;
+    const Bytes picture = RandomBytes(18, 5), old = RandomBytes(22, 6);
+    Bytes out = old;
+    EXPECT_EQ(ERR_INVALID_PARAMETER, Zv_ClrConvert(c.Get(), picture.data(), out.data(), 3, 2, 0, 4));
+    EXPECT_EQ(0, std::memcmp(old.data(), out.data(), 9));
+    EXPECT_EQ(0, std::memcmp(old.data() + 9, out.data() + 12, 9));
 }
 
 TEST(ProfileRows, WithoutATransformNoOtherPixelIsPackedOrSpread) {
