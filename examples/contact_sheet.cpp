@@ -1,5 +1,5 @@
-// Sends a picture through every colour space and back, prints what that costs and changes, and draws a
-// contact sheet of the results.
+// Sends a picture through every colour space and back, by formulas and by profiles, prints what that costs and changes,
+// and draws a contact sheet of the results.
 //
 //     contact_sheet IN OUT.png
 #include <unistd.h>
@@ -105,9 +105,9 @@ Result convertThroughAll(zvimage::ImageReader& reader) {
 
     const Thumbnail empty(result.width, result.height, kThumbnailWidth, kThumbnailHeight);
     result.cells.push_back({empty, "original", std::to_string(result.width) + " x " + std::to_string(result.height)});
-    for (const SpaceRow& space : spaces()) {
-        result.trips.emplace_back(space);
-        result.cells.push_back({empty, space.name, ""});
+    for (const Route& route : routes()) {
+        result.trips.emplace_back(route);
+        result.cells.push_back({empty, route.name, ""});
     }
 
     RgbSource source(reader);
@@ -133,17 +133,19 @@ Result convertThroughAll(zvimage::ImageReader& reader) {
 }
 
 void printTable(const Result& result) {
-    std::printf("%-8s %12s %12s %12s %12s\n", "space", "from rgb", "to rgb", "mean", "maximum");
+    std::printf("%-8s %12s %12s %12s %12s\n", "route", "from rgb", "to rgb", "mean", "maximum");
     std::printf("%-8s %12s %12s %12s %12s\n", "", "Mpixel/s", "Mpixel/s", "difference", "difference");
     for (const RoundTrip& trip : result.trips) {
-        std::printf("%-8s %12.1f %12.1f %12.3f %12d\n", trip.space().name, trip.megapixelsPerSecondTo(),
+        std::printf("%-8s %12.1f %12.1f %12.3f %12d\n", trip.name(), trip.megapixelsPerSecondTo(),
                     trip.megapixelsPerSecondBack(), trip.meanDifference(), trip.maximumDifference());
     }
     std::printf(
         "\nDifferences are in steps of 0 to 255 over all three channels, after one round trip from rgb.\n"
         "Most spaces do not give back exactly what went in, and that is by design: bytes hold few steps,\n"
         "video spaces share chroma between pixels, rgb444 keeps four bits, a pure yellow leaves the range of\n"
-        "hls, and the two directions of lab, xyz, ycck and hsi are not inverse to each other.\n");
+        "hls, and the two directions of lab, xyz, ycck and hsi are not inverse to each other.\n"
+        "The icc routes go by the profiles of the library: icc-cmyk shows what a press can print, so that\n"
+        "strong colours come back paler; the others differ by the steps of their tables.\n");
 }
 
 std::string differenceText(const RoundTrip& trip) {
@@ -172,7 +174,8 @@ Sheet drawSheet(const Result& result) {
     if (count % kColumns != 0) {
         sheet.write(left, top, "rgb to each space", kTextScale, kText);
         sheet.write(left, top + kLine, "and back", kTextScale, kText);
-        sheet.write(left, top + 2 * kLine, "zvclr " ZVCLR_VERSION_STRING, kTextScale, kText);
+        sheet.write(left, top + 2 * kLine, "icc: by profiles", kTextScale, kText);
+        sheet.write(left, top + 3 * kLine, "zvclr " ZVCLR_VERSION_STRING, kTextScale, kText);
     }
     return sheet;
 }

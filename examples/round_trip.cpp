@@ -6,7 +6,6 @@
 #include <stdexcept>
 #include <string>
 
-#include "zvclr.h"
 #include "zverror.h"
 #include "zvspaces.h"
 
@@ -31,11 +30,34 @@ double bestSeconds(Work work) {
     return best;
 }
 
-const char* nameOf(int32_t id) {
-    for (const SpaceRow& space : spaces()) {
-        if (space.id == id) return space.name;
+const SpaceRow& rowOf(int32_t id) {
+    return *std::find_if(spaces().begin(), spaces().end(), [id](const SpaceRow& space) { return space.id == id; });
+}
+
+void check(int32_t result, int32_t from, int32_t to) {
+    if (result != CLR_SUCCESS) {
+        throw std::runtime_error(std::string("converting ") + rowOf(from).name + " to " + rowOf(to).name +
+                                 " failed: " + ZvErrorName(result) + ": " + ZvErrorMeaning(result));
     }
-    return "?";
+}
+
+Converter profileConverter(int32_t from, int32_t to) {
+    ClrParams params = {};
+    params.size = sizeof params;
+    params.methods = CLRMETHOD_ICC;
+    params.activeMethod = CLRMETHOD_ICC;
+    ClrHandle* handle = nullptr;
+    check(Zv_ClrInit(&handle, from, to, &params), from, to);
+    return Converter(handle);
+}
+
+void runStep(const Converter& converter, int32_t from, int32_t to, const uint8_t* source, uint8_t* destination,
+             int32_t width, int32_t rows) {
+    if (converter) {
+        check(Zv_ClrConvert(converter.get(), source, destination, width, rows, 0, 0), from, to);
+    } else {
+        convert(from, to, source, destination, width, rows);
+    }
 }
 
 }  // namespace
@@ -60,21 +82,33 @@ size_t imageBytes(int32_t bits, int32_t width, int32_t rows) {
 }
 
 void convert(int32_t from, int32_t to, const uint8_t* source, uint8_t* destination, int32_t width, int32_t rows) {
-    const int32_t result = Zv_ClrConvertDirect(from, to, source, destination, width, rows, 0, 0);
-    if (result != CLR_SUCCESS) {
-        throw std::runtime_error(std::string("converting ") + nameOf(from) + " to " + nameOf(to) +
-                                 " failed: " + ZvErrorName(result) + ": " + ZvErrorMeaning(result));
-    }
+    check(Zv_ClrConvertDirect(from, to, source, destination, width, rows, 0, 0), from, to);
+}
+
+std::vector<Route> routes() {
+    std::vector<Route> all;
+    for (const SpaceRow& space : spaces()) all.push_back({space.name, space, false});
+    all.push_back({"icc-cmyk", rowOf(CLRSPACE_CMYK), true});
+    all.push_back({"icc-cmy", rowOf(CLRSPACE_CMY), true});
+    all.push_back({"icc-lab", rowOf(CLRSPACE_LAB), true});
+    return all;
+}
+
+RoundTrip::RoundTrip(const Route& route) : route_(route) {
+    if (!route.profiles) return;
+    to_ = profileConverter(CLRSPACE_RGB, route.space.id);
+    back_ = profileConverter(route.space.id, CLRSPACE_RGB);
 }
 
 void RoundTrip::run(const std::vector<uint8_t>& rgb, int32_t width, int32_t rows, Scratch& scratch) {
-    scratch.encoded.resize(imageBytes(space_.bits, width, rows));
+    scratch.encoded.resize(imageBytes(route_.space.bits, width, rows));
     scratch.decoded.resize(imageBytes(24, width, rows));
     uint8_t* encoded = scratch.encoded.data();
     uint8_t* decoded = scratch.decoded.data();
     // Red comes first on both ways: YCCK takes the hub's bytes as they stand.
-    secondsTo_ += bestSeconds([&] { convert(CLRSPACE_RGB, space_.id, rgb.data(), encoded, width, rows); });
-    secondsBack_ += bestSeconds([&] { convert(space_.id, CLRSPACE_RGB, encoded, decoded, width, rows); });
+    const int32_t space = route_.space.id;
+    secondsTo_ += bestSeconds([&] { runStep(to_, CLRSPACE_RGB, space, rgb.data(), encoded, width, rows); });
+    secondsBack_ += bestSeconds([&] { runStep(back_, space, CLRSPACE_RGB, encoded, decoded, width, rows); });
     pixels_ += static_cast<double>(width) * rows;
     compare(rgb, scratch.decoded);
 }

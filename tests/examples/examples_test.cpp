@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <random>
 #include <sstream>
@@ -43,6 +44,10 @@ struct Row {
     double speedTo, speedBack, mean;
     int maximum;
 };
+
+// What the contact sheet shows beside the formulas of every space.
+const char* const kProfileRoutes[] = {"icc-cmyk", "icc-cmy", "icc-lab"};
+constexpr size_t kRoutes = size_t{ZVCLR_SPACE_COUNT} + std::size(kProfileRoutes);
 
 const std::string kSample = std::string(PROJECT_FOLDER) + "/examples/sample.png";
 
@@ -148,7 +153,7 @@ TEST_F(Examples, ContactSheetMeasuresEverySpace) {
     ASSERT_EQ(result.exitCode, 0) << result.err;
     EXPECT_EQ(result.err, "");
     const std::map<std::string, Row> table = tableOf(result.out);
-    EXPECT_EQ(table.size(), size_t{ZVCLR_SPACE_COUNT});
+    EXPECT_EQ(table.size(), kRoutes);
 #define EXPECT_ROW(id, name, bits, widthMultiple, heightMultiple, bytes, description)                                  \
     ASSERT_EQ(table.count(name), 1U) << name;                                                                          \
     EXPECT_GT(table.at(name).speedTo, 0.0) << name;                                                                    \
@@ -161,24 +166,46 @@ TEST_F(Examples, ContactSheetMeasuresEverySpace) {
     EXPECT_EQ(table.at("rgb444").maximum, 15);
 }
 
+TEST_F(Examples, ContactSheetMeasuresTheProfilesToo) {
+    const Outcome result = contactSheet(kSample, path("sheet.png"));
+    ASSERT_EQ(result.exitCode, 0) << result.err;
+    const std::map<std::string, Row> table = tableOf(result.out);
+    for (const char* route : kProfileRoutes) {
+        ASSERT_EQ(table.count(route), 1U) << route;
+        const Row& row = table.at(route);
+        EXPECT_GT(row.speedTo, 0.0) << route;
+        EXPECT_GT(row.speedBack, 0.0) << route;
+        // Other pixels than those of the formulas, and close to the picture all the same.
+        EXPECT_GT(row.maximum, 0) << route;
+        EXPECT_LT(row.mean, 6.0) << route;
+    }
+    // A press prints fewer colours than a screen shows.
+    EXPECT_GT(table.at("icc-cmyk").maximum, 2 * table.at("icc-cmy").maximum);
+}
+
 TEST_F(Examples, ContactSheetShowsTheRoundTripsBesideTheOriginal) {
     ASSERT_EQ(contactSheet(kSample, path("sheet.png")).exitCode, 0);
     const Picture sheet = load(path("sheet.png"));
     constexpr int32_t thumbnailWidth = 240, thumbnailHeight = 160, columnStep = 256;
     ASSERT_EQ(sheet.width, 5 * columnStep + 16);
-    ASSERT_EQ((sheet.height - 16) % 4, 0);
-    const int32_t lineStep = (sheet.height - 16) / 4;
+    ASSERT_EQ((sheet.height - 16) % 5, 0);
+    const int32_t lineStep = (sheet.height - 16) / 5;
 
-    // Cell 0 is the original, the spaces follow in the order of their ids: 1 is rgb, 13 is bgr, 18 is rgb444.
-    int differing = 0;
+    // Cell 0 is the original, the spaces follow in the order of their ids: 1 is rgb, 13 is bgr, 18 is rgb444;
+    // the profiles come after them: 19 is icc-cmyk.
+    int differing = 0, pressSum = 0;
     for (int32_t y = 0; y < thumbnailHeight; ++y) {
         for (int32_t x = 0; x < thumbnailWidth; ++x) {
             const auto original = sheet.at(16 + x, 16 + y);
             EXPECT_EQ(sheet.at(16 + columnStep + x, 16 + y), original);
             EXPECT_EQ(sheet.at(16 + 3 * columnStep + x, 16 + 2 * lineStep + y), original);
             if (sheet.at(16 + 3 * columnStep + x, 16 + 3 * lineStep + y) != original) ++differing;
+            const auto press = sheet.at(16 + 4 * columnStep + x, 16 + 3 * lineStep + y);
+            for (size_t c = 0; c < 3; ++c) pressSum += std::abs(press[c] - original[c]);
         }
     }
+    EXPECT_GT(pressSum, 0);
+    EXPECT_LT(pressSum, 6 * 3 * thumbnailWidth * thumbnailHeight);
     EXPECT_GT(differing, thumbnailWidth * thumbnailHeight / 2);
 }
 
@@ -200,7 +227,7 @@ TEST_F(Examples, ContactSheetCropsOddSizes) {
     writeNoise(path("odd.ppm"), 101, 67);
     const Outcome result = contactSheet(path("odd.ppm"), path("sheet.png"));
     ASSERT_EQ(result.exitCode, 0) << result.err;
-    EXPECT_EQ(tableOf(result.out).size(), size_t{ZVCLR_SPACE_COUNT});
+    EXPECT_EQ(tableOf(result.out).size(), kRoutes);
     // The thumbnail is the cropped picture itself, in the middle of its cell.
     const Picture sheet = load(path("sheet.png")), noise = load(path("odd.ppm"));
     for (int32_t y = 0; y < 64; ++y) {
@@ -214,7 +241,7 @@ TEST_F(Examples, ContactSheetWorksByStripsAsOnTheWhole) {
     const Outcome result = contactSheet(path("large.ppm"), path("sheet.png"));
     ASSERT_EQ(result.exitCode, 0) << result.err;
     const std::map<std::string, Row> table = tableOf(result.out);
-    ASSERT_EQ(table.size(), size_t{ZVCLR_SPACE_COUNT});
+    ASSERT_EQ(table.size(), kRoutes);
 
     const Picture noise = load(path("large.ppm"));
     constexpr int32_t width = 1600, height = 1300;

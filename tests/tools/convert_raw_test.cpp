@@ -50,7 +50,7 @@ TEST_F(ConvertRaw, EverySpaceGoesThereAndBack) {
     const std::string size = "1048x520";
     for (const zvimage::Space& space : zvimage::allSpaces()) {
         const std::string file = std::string("there.") + space.name;
-        convert("a.rgb", file, {"--from", "rgb", "--to", space.name, "--size", size});
+        convert("a.rgb", file, {"--from", "rgb", "--to", space.name, "--size", size, "--method", "builtin"});
         EXPECT_EQ(read(file).size(), static_cast<size_t>(int64_t{space.bits} * width * height / 8)) << space.name;
         // Strips give what one call gives for the whole image.
         const bool copy = space.id == CLRSPACE_RGB;
@@ -59,7 +59,7 @@ TEST_F(ConvertRaw, EverySpaceGoesThereAndBack) {
         ASSERT_TRUE(copy || Zv_ClrConvertDirect(CLRSPACE_RGB, space.id, pixels.data(), whole.data(), width, height, 0,
                                                 0) == CLR_SUCCESS);
         EXPECT_TRUE(read(file) == (copy ? pixels : whole)) << space.name;
-        convert(file, "back.rgb", {"--from", space.name, "--to", "rgb", "--size", size});
+        convert(file, "back.rgb", {"--from", space.name, "--to", "rgb", "--size", size, "--method", "builtin"});
         ASSERT_TRUE(copy || Zv_ClrConvertDirect(space.id, CLRSPACE_RGB, whole.data(), expected.data(), width, height, 0,
                                                 0) == CLR_SUCCESS);
         EXPECT_TRUE(read("back.rgb") == (copy ? pixels : expected)) << space.name;
@@ -129,7 +129,9 @@ TEST_F(ConvertRaw, YuvParamsReachFilesOfOtherSpaces) {
         zvtest::shell("cd " + folder_.root() + "; pngtopnm red.png > red.ppm");
         return read("red.ppm");
     }());
-    convert("red.yuv", "red.tif", to("cmyk"));
+    std::vector<std::string> inks = to("cmyk");
+    inks.insert(inks.end(), {"--method", "builtin"});
+    convert("red.yuv", "red.tif", inks);
     convert("red.tif", "red.cmyk", {"--to", "cmyk"});
     convert("red.yuv", "red.ycck", to("ycck"));
     const Bytes cmyk = read("red.cmyk");
@@ -148,11 +150,12 @@ TEST_F(ConvertRaw, LabParamsGoThereAndBack) {
     const Bytes pixels = zvtest::pattern(64, 48);
     zvtest::writeFile(path("a.ppm"), zvtest::ppm(64, 48, pixels));
     const std::string common = "0,100,128,170,96,200";
-    convert("a.ppm", "a.lab", {"--to", "lab", "--lab-params", common});
+    convert("a.ppm", "a.lab", {"--to", "lab", "--lab-params", common, "--method", "builtin"});
     const Bytes lab = read("a.lab");
     // The first pixel is black.
     EXPECT_EQ(Bytes(lab.begin(), lab.begin() + 3), (Bytes{0, 128, 96}));
-    convert("a.lab", "back.ppm", {"--from", "lab", "--to", "rgb", "--size", "64x48", "--lab-params", common});
+    convert("a.lab", "back.ppm",
+            {"--from", "lab", "--to", "rgb", "--size", "64x48", "--lab-params", common, "--method", "builtin"});
     const Bytes back = zvtest::pixelsOfPpm(read("back.ppm"));
     double sum = 0;
     for (size_t i = 0; i < back.size(); ++i) {

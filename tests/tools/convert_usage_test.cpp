@@ -21,8 +21,8 @@ protected:
         zvtest::writeFile(path("a.raw"), zvtest::pattern(6, 6));
         zvtest::shell("cd " + folder_.root() + R"(
             $ZVCLR convert a.ppm a.png --to rgb
-            $ZVCLR convert a.ppm a.tif --to lab
-            $ZVCLR convert a.ppm c.jpg --to cmyk)");
+            $ZVCLR convert a.ppm a.tif --to lab --method builtin
+            $ZVCLR convert a.ppm c.jpg --to cmyk --method builtin)");
         before_ = folder_.names();
     }
 
@@ -97,7 +97,8 @@ TEST_F(ConvertUsage, ParametersGoWithTheirSpacesAndFormatsOnly) {
     refused("c.jpg", "b.tif", {"--to", "cmyk", "--gcr", "500"}, {"--gcr", "copied"});
     refused("a.png", "b.cmyk", {"--to", "cmyk", "--gcr", "1001"}, {"--gcr"});
     refused("a.png", "b.xyz", {"--to", "xyz", "--lab-params", "0,100,128,170,96,200"}, {"--lab-params", "lab only"});
-    refused("a.png", "b.tif", {"--to", "lab", "--lab-params", "0,100,128,170,96,200"}, {"TIFF", "raw"});
+    refused("a.png", "b.tif", {"--to", "lab", "--method", "builtin", "--lab-params", "0,100,128,170,96,200"},
+            {"TIFF", "raw"});
     refused("a.png", "b.lab", {"--to", "lab", "--lab-params", "0,100,128"}, {"3 numbers", "six"});
     refused("a.raw", "b.lab", {"--from", "lab", "--to", "lab", "--size", "6x6", "--lab-params", "0,100,128,170,96,200"},
             {"copied"});
@@ -200,7 +201,8 @@ TEST_F(ConvertUsage, HelpAndVersionAreAnswers) {
     outcome = runTool({"convert", "--help"});
     EXPECT_EQ(outcome.code, 0);
     for (const char* option : {"--from", "--to", "--size", "--gcr", "--lab-params", "--yuv-params", "--quality",
-                               "--compression", "--input-format", "--output-format", "--method", "--quiet"}) {
+                               "--compression", "--input-format", "--output-format", "--method", "--input-profile",
+                               "--output-profile", "--white", "--quiet"}) {
         EXPECT_NE(outcome.out.find(option), std::string::npos) << option;
     }
 }

@@ -53,9 +53,9 @@ std::vector<Sample> samples() {
         ppmtopgm a.ppm | cjpeg -restart 1 > grey.jpg
         pnmtoplainpnm a.ppm > plain.ppm
         $ZVCLR convert a.ppm none.tif --to rgb --compression none
-        $ZVCLR convert a.ppm lzw.tif --to cmyk
-        $ZVCLR convert a.ppm deflate.tif --to lab --compression deflate
-        $ZVCLR convert a.ppm cmyk.jpg --to cmyk
+        $ZVCLR convert a.ppm lzw.tif --to cmyk --method builtin
+        $ZVCLR convert a.ppm deflate.tif --to lab --method builtin --compression deflate
+        $ZVCLR convert a.ppm cmyk.jpg --to cmyk --method builtin
         $ZVCLR convert a.ppm ycck.jpg --to ycck
         tiffcp -t -w 16 -l 16 -c lzw none.tif tiles.tif
         tiffcp -p separate -c packbits none.tif planes.tif

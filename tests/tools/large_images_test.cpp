@@ -44,7 +44,7 @@ TEST(LargeImages, RawPixelsOf20000By20000NeedLittleMemory) {
         file.write("\xff\x00\x00", 3);
     }
     const Outcome outcome = zvtest::runTool({"convert", folder.path("a.rgb"), folder.path("a.cmyk"), "--from", "rgb",
-                                             "--to", "cmyk", "--size", "20000x20000"});
+                                             "--to", "cmyk", "--size", "20000x20000", "--method", "builtin"});
     ASSERT_EQ(outcome.code, 0) << outcome.err;
     EXPECT_LT(outcome.peakKilobytes, kMaxKilobytes);
     RecordProperty("peakKilobytes", static_cast<int>(outcome.peakKilobytes));
@@ -56,17 +56,43 @@ TEST(LargeImages, RawPixelsOf20000By20000NeedLittleMemory) {
 TEST(LargeImages, PngOf20000By3000BecomesTiffInLittleMemory) {
     const Folder folder;
     zvtest::shell("ppmmake rgb:80/40/c0 20000 3000 | pnmtopng -compression 1 > " + folder.path("a.png"));
-    const Outcome outcome = zvtest::runTool({"convert", folder.path("a.png"), folder.path("a.tif"), "--to", "cmyk"});
+    const Outcome outcome =
+        zvtest::runTool({"convert", folder.path("a.png"), folder.path("a.tif"), "--to", "cmyk", "--method", "builtin"});
     ASSERT_EQ(outcome.code, 0) << outcome.err;
     EXPECT_LT(outcome.peakKilobytes, kMaxKilobytes);
     RecordProperty("peakKilobytes", static_cast<int>(outcome.peakKilobytes));
     const std::string info = zvtest::shell("tiffinfo " + folder.path("a.tif"));
     EXPECT_NE(info.find("Image Width: 20000 Image Length: 3000"), std::string::npos) << info;
-    const Outcome back = zvtest::runTool({"convert", folder.path("a.tif"), folder.path("b.raw"), "--to", "rgb"});
+    const Outcome back =
+        zvtest::runTool({"convert", folder.path("a.tif"), folder.path("b.raw"), "--to", "rgb", "--method", "builtin"});
     ASSERT_EQ(back.code, 0) << back.err;
     EXPECT_LT(back.peakKilobytes, kMaxKilobytes);
     ASSERT_EQ(sizeOf(folder.path("b.raw")), int64_t{20000} * 3000 * 3);
     EXPECT_EQ(bytesAt(folder.path("b.raw"), int64_t{20000} * 3000 * 3 - 3, 3), (Bytes{0x80, 0x40, 0xc0}));
+}
+
+TEST(LargeImages, ProfilesNeedLittleMemory) {
+    const Folder folder;
+    const int64_t pixels = int64_t{12000} * 8000;
+    zvtest::writeFile(folder.path("a.rgb"), Bytes());
+    ASSERT_EQ(::truncate(folder.path("a.rgb").c_str(), pixels * 3), 0);
+    {
+        std::fstream file(folder.path("a.rgb"), std::ios::binary | std::ios::in | std::ios::out);
+        file.seekp(pixels * 3 - 3);
+        file.write("\xff\xff\xff", 3);
+    }
+    const Outcome there = zvtest::runTool({"convert", folder.path("a.rgb"), folder.path("a.tif"), "--from", "rgb",
+                                           "--to", "cmyk", "--size", "12000x8000"});
+    ASSERT_EQ(there.code, 0) << there.err;
+    EXPECT_LT(there.peakKilobytes, kMaxKilobytes);
+    const Outcome back =
+        zvtest::runTool({"convert", folder.path("a.tif"), folder.path("b.lab"), "--to", "lab", "--method", "icc"});
+    ASSERT_EQ(back.code, 0) << back.err;
+    EXPECT_LT(back.peakKilobytes, kMaxKilobytes);
+    RecordProperty("peakKilobytes", static_cast<int>(std::max(there.peakKilobytes, back.peakKilobytes)));
+    ASSERT_EQ(sizeOf(folder.path("b.lab")), pixels * 3);
+    EXPECT_LE(bytesAt(folder.path("b.lab"), pixels * 3 - 6, 1)[0], 8);
+    EXPECT_GE(bytesAt(folder.path("b.lab"), pixels * 3 - 3, 1)[0], 250);
 }
 
 TEST(LargeImages, HugeSizesInSmallFilesCostNoMemory) {
@@ -85,14 +111,15 @@ TEST(LargeImages, HugeSizesInSmallFilesCostNoMemory) {
             found[1] = static_cast<uint8_t>(high);
             found[3] = static_cast<uint8_t>(high);
             zvtest::writeFile(folder.path("huge.jpg"), file);
-            const Outcome outcome =
-                zvtest::runTool({"convert", folder.path("huge.jpg"), folder.path("b.raw"), "--to", "cmyk"});
+            const Outcome outcome = zvtest::runTool(
+                {"convert", folder.path("huge.jpg"), folder.path("b.raw"), "--to", "cmyk", "--method", "builtin"});
             EXPECT_EQ(outcome.code, 1) << outcome.err;
             EXPECT_LT(outcome.peakKilobytes, kMaxKilobytes) << name << " " << high;
         }
     }
     zvtest::writeFile(folder.path("huge.ppm"), std::string("P6 1000000 1000000 255\n"));
-    const Outcome outcome = zvtest::runTool({"convert", folder.path("huge.ppm"), folder.path("b.raw"), "--to", "cmyk"});
+    const Outcome outcome = zvtest::runTool(
+        {"convert", folder.path("huge.ppm"), folder.path("b.raw"), "--to", "cmyk", "--method", "builtin"});
     EXPECT_EQ(outcome.code, 1) << outcome.err;
     EXPECT_LT(outcome.peakKilobytes, kMaxKilobytes);
 }
@@ -102,8 +129,9 @@ TEST(LargeImages, FilesBeyondFourGigabytesAreBigTiff) {
     const int64_t pixels = int64_t{36000} * 30000;
     zvtest::writeFile(folder.path("a.rgb"), Bytes());
     ASSERT_EQ(::truncate(folder.path("a.rgb").c_str(), pixels * 3), 0);
-    const Outcome outcome = zvtest::runTool({"convert", folder.path("a.rgb"), folder.path("a.tif"), "--from", "rgb",
-                                             "--to", "cmyk", "--size", "36000x30000", "--compression", "none"});
+    const Outcome outcome =
+        zvtest::runTool({"convert", folder.path("a.rgb"), folder.path("a.tif"), "--from", "rgb", "--to", "cmyk",
+                         "--size", "36000x30000", "--compression", "none", "--method", "builtin"});
     ASSERT_EQ(outcome.code, 0) << outcome.err;
     EXPECT_LT(outcome.peakKilobytes, kMaxKilobytes);
     EXPECT_GT(sizeOf(folder.path("a.tif")), pixels * 4);

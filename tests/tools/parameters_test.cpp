@@ -39,6 +39,25 @@ TEST(Parameters, LabParamsAreSixNumbersInOrder) {
     }
 }
 
+TEST(Parameters, WhitesAreNamesOrChromaticities) {
+    for (const auto& [name, code] : {std::pair("D50", 50U), std::pair("D55", 55U), std::pair("D65", 65U),
+                                     std::pair("D75", 75U), std::pair("D93", 93U)}) {
+        EXPECT_EQ(parseWhite(name).whiteCode, code);
+    }
+    const ClrWhitePoint white = parseWhite("0.3127,0.3290");
+    EXPECT_EQ(white.whiteCode, 0U);
+    // The fields of the packed record lie at odd places, which references cannot name.
+    const double x = white.x;
+    const double y = white.y;
+    EXPECT_EQ(x, 0.3127);
+    EXPECT_EQ(y, 0.3290);
+    for (const char* text :
+         {"", "d50", "D60", "65", "0.3127", "0.3127,", "0.3127,0.3290,0.3", "0,0.5", "0.5,0", "-0.3,0.3", "0.6,0.4",
+          "1,1", "0.3127;0.3290", "nan,0.3", "0.3,inf", "3e-1,0.3", "0.3127, 0.3290"}) {
+        EXPECT_THROW(parseWhite(text), ContradictionError) << text;
+    }
+}
+
 TEST(Parameters, PlanesTellTheirPlaces) {
     const YuvLayout layout =
         parseYuvParams("uSampleX=2,uSampleY=2,vSampleX=4,vSampleY=1,planar=1,order=VYU,fullRange=1");

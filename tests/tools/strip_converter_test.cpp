@@ -174,6 +174,92 @@ TEST(StripConverter, EverySpaceComesBackCloseToWhatItWas) {
     }
 }
 
+// A row for each source and a column for each target, both in the order of `zvclr spaces`.
+const char* const kDefaults[] = {
+    //                rgb yuv cmyk hsv hls yiq cmy lab xyz yuy2 yvu9 ycck bgr y41p uyvy ycbcr hsi rgb444
+    /* rgb    */ "..i...ii..........",
+    /* yuv    */ "..i...ii..........",
+    /* cmyk   */ "ii.iiiiiiii.iiiiii",
+    /* hsv    */ "..i...ii..........",
+    /* hls    */ "..i...ii..........",
+    /* yiq    */ "..i...ii..........",
+    /* cmy    */ "iiiiii.iiii.iiiiii",
+    /* lab    */ "iiiiiii.iii.iiiiii",
+    /* xyz    */ "..i...ii..........",
+    /* yuy2   */ "..i...ii..........",
+    /* yvu9   */ "..i...ii..........",
+    /* ycck   */ "iiiiiiiiiii.iiiiii",
+    /* bgr    */ "..i...ii..........",
+    /* y41p   */ "..i...ii..........",
+    /* uyvy   */ "..i...ii..........",
+    /* ycbcr  */ "..i...ii..........",
+    /* hsi    */ "..i...ii..........",
+    /* rgb444 */ "..i...ii..........",
+};
+
+TEST(StripConverter, ProfilesAreTheDefaultWhereTheyServe) {
+    const auto& spaces = zvimage::allSpaces();
+    ASSERT_EQ(spaces.size(), std::size(kDefaults));
+    for (size_t from = 0; from < spaces.size(); ++from) {
+        ASSERT_EQ(std::string(kDefaults[from]).size(), spaces.size());
+        for (size_t to = 0; to < spaces.size(); ++to) {
+            const bool icc = kDefaults[from][to] == 'i';
+            EXPECT_EQ(iccServes(spaces[from].id, spaces[to].id), icc) << spaces[from].name << " to " << spaces[to].name;
+            EXPECT_EQ(defaultMethod(spaces[from].id, spaces[to].id), icc ? Method::kIcc : Method::kBuiltin)
+                << spaces[from].name << " to " << spaces[to].name;
+        }
+    }
+}
+
+TEST(StripConverter, ProfilesOfTheCallerServeTheirPairs) {
+    const auto known = [](int32_t id) { return isHub(id) || isProfiled(id); };
+    int served = 0;
+    for (const zvimage::Space& from : zvimage::allSpaces()) {
+        for (const zvimage::Space& to : zvimage::allSpaces()) {
+            const bool hubs = isHub(from.id) || isHub(to.id);
+            const bool serves = known(from.id) && known(to.id) && (hubs || from.id == to.id);
+            EXPECT_EQ(customIccServes(from.id, to.id), serves) << from.name << " to " << to.name;
+            served += serves ? 1 : 0;
+        }
+    }
+    // Among the hubs 4, to and from three spaces 12, and these to themselves.
+    EXPECT_EQ(served, 19);
+}
+
+Conversion byDefault(int32_t from, int32_t to) {
+    Conversion conversion = between(from, to);
+    conversion.method = defaultMethod(from, to);
+    return conversion;
+}
+
+TEST(StripConverter, EverySideGoesByItsOwnMethodThroughRgb) {
+    const Bytes pixels = zvtest::pattern(8, 4);
+    int served = 0;
+    for (const zvimage::Space& from : zvimage::allSpaces()) {
+        const Bytes source = convert(between(CLRSPACE_RGB, from.id), pixels, 8, 4);
+        const Bytes rgb = convert(byDefault(from.id, CLRSPACE_RGB), source, 8, 4);
+        for (const zvimage::Space& to : zvimage::allSpaces()) {
+            if (iccServes(from.id, to.id)) {
+                EXPECT_EQ(convert(byDefault(from.id, to.id), source, 8, 4),
+                          convert(byDefault(CLRSPACE_RGB, to.id), rgb, 8, 4))
+                    << from.name << " to " << to.name;
+                ++served;
+            }
+        }
+    }
+    EXPECT_EQ(served, 107);
+}
+
+TEST(StripConverter, UselessProfilesFailBeforeAnyPixel) {
+    for (const int32_t to : {CLRSPACE_RGB, CLRSPACE_CMYK, CLRSPACE_CMY, CLRSPACE_LAB}) {
+        Conversion conversion = between(CLRSPACE_RGB, to);
+        conversion.method = Method::kCustomIcc;
+        conversion.inputProfile = Bytes(200, 0);
+        conversion.outputProfile = Bytes(200, 0);
+        EXPECT_THROW(StripConverter{conversion}, LibraryError) << to;
+    }
+}
+
 TEST(StripConverter, FailuresCarryTheirCode) {
     // An achromatic HLS pixel with a hue.
     try {

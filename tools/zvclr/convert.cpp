@@ -8,12 +8,14 @@
 #include <memory>
 
 #include "parameters.h"
+#include "profile_file.h"
 #include "strip_converter.h"
 
 namespace zvtool {
 
 using zvimage::ContradictionError;
 using zvimage::Format;
+using zvimage::ImageError;
 using zvimage::ImageInfo;
 
 namespace {
@@ -62,6 +64,7 @@ public:
         reader_ = zvimage::openImage(args_.input, readOptions_);
         const ImageInfo& info = reader_->info();
         conversion_.from = info.space;
+        settleMethod();
         settleParameters();
         zvimage::checkOutput(args_.output, outputFormat_, conversion_.to, info.width, info.height);
         if (args_.output == "-" && ::isatty(STDOUT_FILENO) == 1) {
@@ -116,6 +119,87 @@ private:
         readOptions_.layout = conversion_.sourceYuv->rawLayout();
     }
 
+    std::string pairText() const {
+        return fmt::format("{} to {}", zvimage::spaceOf(conversion_.from).name, zvimage::spaceOf(conversion_.to).name);
+    }
+
+    void settleMethod() {
+        const int32_t from = conversion_.from;
+        const int32_t to = conversion_.to;
+        const bool profiles = !args_.inputProfile.empty() || !args_.outputProfile.empty();
+        conversion_.method = args_.method == "icc"                      ? Method::kIcc
+                             : args_.method == "builtin"                ? Method::kBuiltin
+                             : profiles || args_.method == "custom-icc" ? Method::kCustomIcc
+                                                                        : defaultMethod(from, to);
+        if (profiles && conversion_.method != Method::kCustomIcc) {
+            throw ContradictionError(
+                fmt::format("{} goes with --method custom-icc only, but --method {} was given; leave one of them out",
+                            args_.inputProfile.empty() ? "--output-profile" : "--input-profile", args_.method));
+        }
+        if (conversion_.method == Method::kIcc && !iccServes(from, to)) {
+            throw ContradictionError(
+                fmt::format("--method icc converts to cmyk, cmy or lab, and from these and ycck to all but ycck, but "
+                            "not {}; use --method builtin",
+                            pairText()));
+        }
+        if (conversion_.method == Method::kCustomIcc) {
+            settleProfiles();
+        }
+        if (!args_.white.empty()) {
+            settleWhite();
+        }
+    }
+
+    void settleProfiles() {
+        const int32_t from = conversion_.from;
+        const int32_t to = conversion_.to;
+        if (!customIccServes(from, to)) {
+            throw ContradictionError(
+                fmt::format("--method custom-icc converts between rgb or bgr and rgb, bgr, cmyk, cmy or lab, and from "
+                            "cmyk, cmy or lab to the same, but not {}; go through rgb in two runs",
+                            pairText()));
+        }
+        if (args_.inputProfile.empty() || args_.outputProfile.empty()) {
+            throw ContradictionError(
+                fmt::format("--method custom-icc needs a profile for each side, but {} is missing; add it, or use "
+                            "--method icc for the profiles of the library",
+                            args_.inputProfile.empty() ? "--input-profile" : "--output-profile"));
+        }
+        conversion_.inputProfile =
+            readProfile({"--input-profile", args_.inputProfile, from, "the picture holds", "another picture"});
+        conversion_.outputProfile =
+            readProfile({"--output-profile", args_.outputProfile, to, "the output is to be", "another --to"});
+    }
+
+    void settleWhite() {
+        if (conversion_.method == Method::kBuiltin) {
+            throw ContradictionError(
+                fmt::format("--white goes with --method icc and custom-icc only, but {} goes by --method builtin; "
+                            "leave it out",
+                            pairText()));
+        }
+        const ClrWhitePoint white = parseWhite(args_.white);
+        if (conversion_.method == Method::kIcc && !isProfiled(conversion_.to)) {
+            throw ContradictionError(fmt::format(
+                "--white has nothing to do, as {} does not depend on it with --method icc; leave it out", pairText()));
+        }
+        if (conversion_.from == conversion_.to && white.whiteCode == 0) {
+            throw ContradictionError(
+                fmt::format("--white as x,y does not go with {}; name it as D50, D55, D65, D75 or D93", pairText()));
+        }
+        conversion_.white = white;
+    }
+
+    // With these the formulas are meant, whose colours are others than those of profiles.
+    void requireBuiltin(const char* option) const {
+        if (conversion_.method != Method::kBuiltin) {
+            throw ContradictionError(
+                fmt::format("{} goes with --method builtin only, but {} goes by --method {}; add --method builtin or "
+                            "leave {} out",
+                            option, pairText(), conversion_.method == Method::kIcc ? "icc" : "custom-icc", option));
+        }
+    }
+
     void settleParameters() {
         const bool copy = conversion_.from == conversion_.to;
         if (args_.gcrLevel) {
@@ -124,6 +208,7 @@ private:
                     fmt::format("--gcr goes with cmyk only, but {} is converted to {}; leave it out",
                                 zvimage::spaceOf(conversion_.from).name, zvimage::spaceOf(conversion_.to).name));
             }
+            requireBuiltin("--gcr");
             if (copy) {
                 throw ContradictionError("--gcr has nothing to do, as cmyk to cmyk is copied; leave it out");
             }
@@ -142,6 +227,7 @@ private:
                 fmt::format("--lab-params goes with lab only, but {} is converted to {}; leave it out",
                             zvimage::spaceOf(conversion_.from).name, zvimage::spaceOf(conversion_.to).name));
         }
+        requireBuiltin("--lab-params");
         const bool rawSource = source && reader_->info().format == Format::kRaw;
         const bool rawDestination = destination && outputFormat_ == Format::kRaw;
         if (!rawSource && !rawDestination) {
@@ -156,9 +242,21 @@ private:
         (rawSource ? conversion_.sourceLab : conversion_.destinationLab) = params;
     }
 
+    StripConverter createConverter() const {
+        try {
+            return StripConverter(conversion_);
+        } catch (const LibraryError& error) {
+            if (conversion_.method != Method::kCustomIcc) {
+                throw;
+            }
+            throw ImageError(fmt::format("the profiles {} and {} are damaged or cannot be used from {}: {}",
+                                         args_.inputProfile, args_.outputProfile, pairText(), error.what()));
+        }
+    }
+
     void convert() {
         const ImageInfo& info = reader_->info();
-        StripConverter converter(conversion_);
+        StripConverter converter = createConverter();
         const int32_t rows = std::min(info.height, stripRows(info.width, info.rowUnit, conversion_));
         std::vector<uint8_t> source(converter.sourceBytes(info.width, rows));
         std::vector<uint8_t> destination(converter.copies() ? 0 : converter.destinationBytes(info.width, rows));

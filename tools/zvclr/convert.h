@@ -20,6 +20,10 @@ struct ConvertArguments {
     std::string size;
     std::string labParams;
     std::string yuvParams;
+    std::string method;
+    std::string inputProfile;
+    std::string outputProfile;
+    std::string white;
     std::optional<int32_t> gcrLevel;
     std::optional<int> quality;
     std::string compression;

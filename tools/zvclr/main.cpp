@@ -24,15 +24,42 @@ by the extension or by --output-format.
   tiff       holds rgb, cmyk, lab
   raw        holds every space ("zvclr spaces" lists them) and needs --from and --size as input
 
+Methods:
+
+  icc         by the profiles of the library: from every space to cmyk, cmy and lab, and from these and ycck to
+              every space but ycck. It is the default there. A side that no profile describes is converted from
+              or to rgb by formulas. --white goes with it
+  custom-icc  by --input-profile and --output-profile, between rgb or bgr and rgb, bgr, cmyk, cmy or lab, or from
+              cmyk, cmy or lab to the same. --white goes with it
+  builtin     by formulas, between all spaces. --gcr and --lab-params go with it alone
+
+Lab pixels have signed a and b whatever the method, but for raw files with --lab-params.
+
 Examples:
-  zvclr convert photo.png photo.tif --to cmyk --gcr 500
+  zvclr convert photo.png press.tif --to cmyk
+  zvclr convert press.tif proof.png --to rgb
+  zvclr convert photo.png press.tif --to cmyk --input-profile camera.icc --output-profile press.icc
+  zvclr convert photo.png photo.tif --to cmyk --method builtin --gcr 500
   zvclr convert frame.yuv frame.png --from yuv --to rgb --size 640x480 \
       --yuv-params uSampleX=2,uSampleY=2,vSampleX=2,vSampleY=2,planar=1,order=YUV
   zvclr convert - - --output-format raw --to uyvy < photo.png > photo.uyvy
 
 Exit codes: 0 done, 1 it failed, 2 wrong usage or a contradiction.)";
 
-CLI::App* addConvert(CLI::App& app, zvtool::ConvertArguments& args, std::string& method) {
+void addMethodOptions(CLI::App* convert, zvtool::ConvertArguments& args) {
+    convert
+        ->add_option("--method", args.method,
+                     "builtin, icc or custom-icc; the default follows from the spaces, see below")
+        ->check(CLI::IsMember({"builtin", "icc", "custom-icc"}));
+    convert->add_option("--input-profile", args.inputProfile,
+                        "ICC profile of the input; implies --method custom-icc and goes with --output-profile");
+    convert->add_option("--output-profile", args.outputProfile,
+                        "ICC profile of the output; implies --method custom-icc and goes with --input-profile");
+    convert->add_option("--white", args.white,
+                        "White point of the ICC methods: D50 (default), D55, D65, D75, D93, or a chromaticity x,y");
+}
+
+CLI::App* addConvert(CLI::App& app, zvtool::ConvertArguments& args) {
     CLI::App* convert = app.add_subcommand("convert", "Convert an image to another colour space");
     convert->add_option("IN", args.input, "Image to read; - is the standard input")->required();
     convert->add_option("OUT", args.output, "Image to write; - is the standard output")->required();
@@ -41,9 +68,7 @@ CLI::App* addConvert(CLI::App& app, zvtool::ConvertArguments& args, std::string&
     convert->add_option("--size", args.size, "Width and height of raw input, for example 640x480");
     convert->add_option("--input-format", args.inputFormat, "png, jpeg, tiff, pnm or raw");
     convert->add_option("--output-format", args.outputFormat, "png, jpeg, tiff, pnm or raw");
-    convert->add_option("--method", method, "Conversion method")
-        ->check(CLI::IsMember({"builtin"}))
-        ->default_str("builtin");
+    addMethodOptions(convert, args);
     convert
         ->add_option("--gcr", args.gcrLevel,
                      "Grey component replacement in thousandths, with cmyk only; 175 unless given. Below 250 black ink "
@@ -93,8 +118,7 @@ int run(int argc, char** argv) {
     app.set_version_flag("--version", std::string("zvclr ") + ZVCLR_VERSION_STRING);
     app.require_subcommand(1);
     zvtool::ConvertArguments args;
-    std::string method = "builtin";
-    const CLI::App* convert = addConvert(app, args, method);
+    const CLI::App* convert = addConvert(app, args);
     app.add_subcommand("spaces", "List the colour spaces");
     try {
         app.parse(argc, argv);

@@ -38,6 +38,13 @@ std::optional<int32_t> integer(const std::string& text) {
     return error == std::errc() && stop == end && !text.empty() ? std::optional(value) : std::nullopt;
 }
 
+std::optional<double> number(const std::string& text) {
+    double value = 0.0;
+    const char* end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value, std::chars_format::fixed);
+    return error == std::errc() && stop == end && !text.empty() ? std::optional(value) : std::nullopt;
+}
+
 int32_t integerBetween(const std::string& what, const std::string& text, int32_t low, int32_t high) {
     const std::optional<int32_t> value = integer(text);
     if (!value || *value < low || *value > high) {
@@ -199,6 +206,29 @@ std::pair<int32_t, int32_t> parseSize(const std::string& text) {
     }
     return {integerBetween("the width of --size", parts[0], 1, zvimage::kMaxDimension),
             integerBetween("the height of --size", parts[1], 1, zvimage::kMaxDimension)};
+}
+
+ClrWhitePoint parseWhite(const std::string& text) {
+    static constexpr struct {
+        const char* name;
+        uint32_t code;
+    } kNamed[] = {{"D50", 50}, {"D55", 55}, {"D65", 65}, {"D75", 75}, {"D93", 93}};
+    for (const auto& white : kNamed) {
+        if (text == white.name) {
+            return {white.code, 0.0, 0.0};
+        }
+    }
+    const std::vector<std::string> parts = split(text, ',');
+    const std::optional<double> x = number(parts[0]);
+    const std::optional<double> y = parts.size() == 2 ? number(parts[1]) : std::nullopt;
+    // Outside of these no light lies.
+    if (!x || !y || !(*x > 0.0) || !(*y > 0.0) || !(*x + *y < 1.0)) {
+        throw ContradictionError(fmt::format(
+            "--white was given as \"{}\"; expected D50, D55, D65, D75, D93, or a chromaticity x,y with both "
+            "above 0 and their sum below 1, for example 0.3127,0.3290",
+            text));
+    }
+    return {0, *x, *y};
 }
 
 ClrLabParams parseLabParams(const std::string& text) {

@@ -19,6 +19,8 @@ zvimage::Format parseFormat(const std::string& option, const std::string& name);
 zvimage::TiffCompression parseCompression(const std::string& name);
 /// "640x480".
 std::pair<int32_t, int32_t> parseSize(const std::string& text);
+/// "D50", "D55", "D65", "D75", "D93" or a chromaticity as "0.3127,0.3290".
+ClrWhitePoint parseWhite(const std::string& text);
 /// Six numbers with commas between them, in the order of ClrLabParams.
 ClrLabParams parseLabParams(const std::string& text);
 

@@ -13,7 +13,16 @@ namespace {
 
 constexpr int64_t kStripBytes = 1 << 20;
 
-bool isHub(int32_t space) { return space == CLRSPACE_RGB || space == CLRSPACE_BGR; }
+// A converter from ycck takes the inks out of it first; none to ycck writes anything.
+bool isProfiledSource(int32_t space) { return isProfiled(space) || space == CLRSPACE_YCCK; }
+
+// Profiles take a and b with an offset of 128, everything else here has them signed.
+void turnLab(uint8_t* pixels, size_t bytes) {
+    for (size_t i = 0; i + 2 < bytes; i += 3) {
+        pixels[i + 1] ^= 0x80U;
+        pixels[i + 2] ^= 0x80U;
+    }
+}
 
 // Rows of 9 bits round up, so that the library asks for more than the pixels have.
 size_t bufferBytes(int32_t space, int32_t width, int32_t rows) {
@@ -54,6 +63,20 @@ LibraryError::LibraryError(int32_t code)
                                      ZvErrorMeaning(code), ZvErrorCause(code))),
       code_(code) {}
 
+bool isHub(int32_t space) { return space == CLRSPACE_RGB || space == CLRSPACE_BGR; }
+
+bool isProfiled(int32_t space) { return space == CLRSPACE_CMYK || space == CLRSPACE_CMY || space == CLRSPACE_LAB; }
+
+bool iccServes(int32_t from, int32_t to) {
+    return from != to && to != CLRSPACE_YCCK && (isProfiledSource(from) || isProfiled(to));
+}
+
+bool customIccServes(int32_t from, int32_t to) {
+    return (isHub(from) && (isHub(to) || isProfiled(to))) || (isProfiled(from) && (isHub(to) || from == to));
+}
+
+Method defaultMethod(int32_t from, int32_t to) { return iccServes(from, to) ? Method::kIcc : Method::kBuiltin; }
+
 int32_t stripRows(int32_t width, int32_t rowUnit, const Conversion& conversion) {
     const int32_t unit = rowUnit % 4 == 0 ? rowUnit : rowUnit % 2 == 0 ? rowUnit * 2 : rowUnit * 4;
     const int64_t bytesPerRow = int64_t{width} * 4;
@@ -74,7 +97,17 @@ int32_t stripRows(int32_t width, int32_t rowUnit, const Conversion& conversion) 
 }
 
 StripConverter::StripConverter(Conversion conversion) : conversion_(std::move(conversion)) {
+    if (conversion_.method == Method::kCustomIcc) {
+        addProfileStep(conversion_.from, conversion_.to);
+    } else {
+        addSteps();
+    }
+}
+
+// Each side of the hub goes by itself: between two other spaces the library would take its formulas for both.
+void StripConverter::addSteps() {
     const Conversion& c = conversion_;
+    const bool icc = c.method == Method::kIcc;
     const bool records = c.sourceYuv || c.sourceLab.has_value() != c.destinationLab.has_value();
     if (c.from == c.to && !records) {
         return;
@@ -84,22 +117,30 @@ StripConverter::StripConverter(Conversion conversion) : conversion_(std::move(co
     const int32_t first = after.value_or(before.value_or(CLRSPACE_RGB));
     const int32_t second = before.value_or(first);
     const bool cmykRecord = c.gcrLevel.has_value();
-    if (!isHub(c.from)) {
-        addStep(c.from, first, c.sourceYuv || c.sourceLab || (cmykRecord && c.from == CLRSPACE_CMYK));
+    if (icc && isProfiledSource(c.from)) {
+        addProfileStep(c.from, first);
+    } else if (!isHub(c.from)) {
+        addBuiltinStep(c.from, first, c.sourceYuv || c.sourceLab || (cmykRecord && c.from == CLRSPACE_CMYK));
     }
     if (first != second) {
-        addStep(first, second, false);
+        addBuiltinStep(first, second, false);
     }
-    if (!isHub(c.to)) {
-        addStep(second, c.to, c.destinationLab || (cmykRecord && c.to == CLRSPACE_CMYK));
+    if (icc && isProfiled(c.to)) {
+        addProfileStep(second, c.to);
+    } else if (!isHub(c.to)) {
+        addBuiltinStep(second, c.to, c.destinationLab || (cmykRecord && c.to == CLRSPACE_CMYK));
     }
     if (c.sourceYuv && c.sourceYuv->planar) {
         pixelConverter_ = createPixelConverter();
     }
 }
 
-void StripConverter::addStep(int32_t from, int32_t to, bool record) {
+void StripConverter::addBuiltinStep(int32_t from, int32_t to, bool record) {
     steps_.push_back({from, to, record ? createConverter(from, to) : nullptr});
+}
+
+void StripConverter::addProfileStep(int32_t from, int32_t to) {
+    steps_.push_back({from, to, createProfileConverter(from, to)});
 }
 
 StripConverter::Handle StripConverter::createConverter(int32_t from, int32_t to) const {
@@ -117,6 +158,30 @@ StripConverter::Handle StripConverter::createConverter(int32_t from, int32_t to)
     ClrHandle* handle = nullptr;
     check(Zv_ClrInit(&handle, from, to, &params));
     return Handle(handle);
+}
+
+StripConverter::Handle StripConverter::createProfileConverter(int32_t from, int32_t to) {
+    const auto memory = [](std::vector<uint8_t>& bytes) {
+        return ClrProfileMemory{sizeof(ClrProfileMemory), bytes.data(), bytes.size()};
+    };
+    const bool custom = conversion_.method == Method::kCustomIcc;
+    ClrProfileMemory input = memory(conversion_.inputProfile);
+    ClrProfileMemory output = memory(conversion_.outputProfile);
+    ClrParams params = {};
+    params.size = static_cast<uint32_t>(sizeof params);
+    params.methods = custom ? CLRMETHOD_CUSTOM_ICC : CLRMETHOD_ICC;
+    params.activeMethod = params.methods;
+    params.whitePoint = conversion_.white ? &*conversion_.white : nullptr;
+    params.inputProfileMemory = custom ? &input : nullptr;
+    params.outputProfileMemory = custom ? &output : nullptr;
+    ClrHandle* handle = nullptr;
+    check(Zv_ClrInit(&handle, from, to, &params));
+    Handle converter(handle);
+    // A converter can be made without a transform; a pixel tells before any output is started.
+    const uint8_t pixel[4] = {};
+    uint8_t result[4] = {};
+    check(Zv_ClrConvert(converter.get(), pixel, result, 1, 1, 0, 0));
+    return converter;
 }
 
 StripConverter::Handle StripConverter::createPixelConverter() const {
@@ -154,7 +219,13 @@ void StripConverter::convert(const uint8_t* source, uint8_t* destination, int32_
         std::memcpy(destination, source, static_cast<size_t>(zvimage::layoutOf(conversion_.from).bytes(width, rows)));
         return;
     }
+    const bool profiles = conversion_.method != Method::kBuiltin;
     const uint8_t* input = source;
+    if (profiles && conversion_.from == CLRSPACE_LAB) {
+        offsetLab_.assign(source, source + bufferBytes(CLRSPACE_LAB, width, rows));
+        turnLab(offsetLab_.data(), offsetLab_.size());
+        input = offsetLab_.data();
+    }
     for (size_t i = 0; i < steps_.size(); ++i) {
         uint8_t* output = destination;
         if (i + 1 < steps_.size()) {
@@ -164,6 +235,9 @@ void StripConverter::convert(const uint8_t* source, uint8_t* destination, int32_
         }
         run(steps_[i], input, output, width, rows);
         input = output;
+    }
+    if (profiles && conversion_.to == CLRSPACE_LAB) {
+        turnLab(destination, bufferBytes(CLRSPACE_LAB, width, rows));
     }
 }
 

@@ -23,9 +23,27 @@ private:
     int32_t code_;
 };
 
+enum class Method { kBuiltin, kIcc, kCustomIcc };
+
+/// The two spaces that hold red, green and blue.
+bool isHub(int32_t space);
+/// The spaces beside the hubs that a profile can describe to the library: cmyk, cmy and lab.
+bool isProfiled(int32_t space);
+/// Whether the library's profiles have a part in the way from one space to another.
+bool iccServes(int32_t from, int32_t to);
+/// Whether two profiles of the caller can.
+bool customIccServes(int32_t from, int32_t to);
+/// What converts a pair when nobody says it.
+Method defaultMethod(int32_t from, int32_t to);
+
+/// Pixels of lab have signed a and b here, whatever the method.
 struct Conversion {
     int32_t from = CLRSPACE_RGB;
     int32_t to = CLRSPACE_RGB;
+    Method method = Method::kBuiltin;
+    std::optional<ClrWhitePoint> white;
+    std::vector<uint8_t> inputProfile;
+    std::vector<uint8_t> outputProfile;
     std::optional<int32_t> gcrLevel;
     std::optional<ClrLabParams> sourceLab;
     std::optional<ClrLabParams> destinationLab;
@@ -37,6 +55,7 @@ int32_t stripRows(int32_t width, int32_t rowUnit, const Conversion& conversion);
 
 class StripConverter {
 public:
+    /// Throws LibraryError, also when profiles turn out to be of no use.
     explicit StripConverter(Conversion conversion);
 
     /// Bytes that the buffers for a strip must have, which can be more than its pixels.
@@ -62,8 +81,11 @@ private:
     };
 
     Handle createConverter(int32_t from, int32_t to) const;
+    Handle createProfileConverter(int32_t from, int32_t to);
     Handle createPixelConverter() const;
-    void addStep(int32_t from, int32_t to, bool record);
+    void addSteps();
+    void addBuiltinStep(int32_t from, int32_t to, bool record);
+    void addProfileStep(int32_t from, int32_t to);
     void run(const Step& step, const uint8_t* source, uint8_t* destination, int32_t width, int32_t rows) const;
     void convertLastPixel(const uint8_t* source, uint8_t* destination, int32_t width, int32_t rows) const;
 
@@ -71,6 +93,7 @@ private:
     std::vector<Step> steps_;
     Handle pixelConverter_;
     std::vector<uint8_t> hubs_[2];
+    std::vector<uint8_t> offsetLab_;
 };
 
 }  // namespace zvtool

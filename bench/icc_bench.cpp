@@ -1,0 +1,115 @@
+// The ICC methods: pixels through the runners, and the making of converters.
+#include <benchmark/benchmark.h>
+
+#include <string>
+#include <vector>
+
+#include "bench/picture.h"
+#include "resources/resources.h"
+#include "zvclr.h"
+
+namespace zv::bench {
+namespace {
+
+constexpr int64_t kPixels = int64_t{kWidth} * kHeight;
+
+ClrProfileMemory OwnProfile(uint32_t id) {
+    const ZvModuleResource* entry = zvclrOwnResources;
+    while (entry->type != nullptr && entry->id != id) ++entry;
+    // The library copies profiles and writes to none.
+    return {sizeof(ClrProfileMemory), const_cast<void*>(entry->data), entry->size};
+}
+
+struct Sides {
+    int32_t from;
+    int32_t to;
+    uint32_t inputProfile = 0;  ///< 0 for the method with built-in profiles
+    uint32_t outputProfile = 0;
+};
+
+ClrHandle* Create(const Sides& sides) {
+    ClrProfileMemory input = OwnProfile(sides.inputProfile);
+    ClrProfileMemory output = OwnProfile(sides.outputProfile);
+    ClrParams params{};
+    params.size = sizeof params;
+    params.methods = params.activeMethod = sides.inputProfile != 0 ? CLRMETHOD_CUSTOM_ICC : CLRMETHOD_ICC;
+    params.inputProfileMemory = sides.inputProfile != 0 ? &input : nullptr;
+    params.outputProfileMemory = sides.outputProfile != 0 ? &output : nullptr;
+    ClrHandle* converter = nullptr;
+    return Zv_ClrInit(&converter, sides.from, sides.to, &params) == CLR_SUCCESS ? converter : nullptr;
+}
+
+size_t PixelBytes(int32_t space) { return space == CLRSPACE_CMYK ? 4 : 3; }
+
+/// The photograph in the space that the converter starts from.
+std::vector<uint8_t> Source(int32_t space) {
+    std::vector<uint8_t> rgb = Photograph();
+    if (space == CLRSPACE_RGB) return rgb;
+    std::vector<uint8_t> pixels(static_cast<size_t>(kPixels) * PixelBytes(space));
+    ClrHandle* converter = Create({CLRSPACE_RGB, space});
+    if (converter == nullptr ||
+        Zv_ClrConvert(converter, rgb.data(), pixels.data(), kWidth, kHeight, 0, 0) != CLR_SUCCESS) {
+        pixels.clear();
+    }
+    Zv_ClrFree(converter);
+    return pixels;
+}
+
+void IccPixels(benchmark::State& state, const Sides& sides) {
+    const std::vector<uint8_t> in = Source(sides.from);
+    ClrHandle* converter = Create(sides);
+    if (converter == nullptr || in.empty()) {
+        state.SkipWithError("no converter");
+        return;
+    }
+    std::vector<uint8_t> out(static_cast<size_t>(kPixels) * PixelBytes(sides.to));
+    for (auto _ : state) {
+        if (Zv_ClrConvert(converter, in.data(), out.data(), kWidth, kHeight, 0, 0) != CLR_SUCCESS) {
+            state.SkipWithError("no pixels");
+            break;
+        }
+        benchmark::DoNotOptimize(out.data());
+        benchmark::ClobberMemory();
+    }
+    state.counters["pixels"] =
+        benchmark::Counter(static_cast<double>(state.iterations() * kPixels), benchmark::Counter::kIsRate);
+    Zv_ClrFree(converter);
+}
+
+void IccCreate(benchmark::State& state, const Sides& sides) {
+    for (auto _ : state) {
+        ClrHandle* converter = Create(sides);
+        if (converter == nullptr) {
+            state.SkipWithError("no converter");
+            break;
+        }
+        Zv_ClrFree(converter);
+    }
+}
+
+const bool registered = [] {
+    static constexpr struct {
+        const char* name;
+        Sides sides;
+    } kRoutes[] = {
+        {"rgb_to_cmyk", {CLRSPACE_RGB, CLRSPACE_CMYK}},
+        {"cmyk_to_rgb", {CLRSPACE_CMYK, CLRSPACE_RGB}},
+        {"rgb_to_cmy", {CLRSPACE_RGB, CLRSPACE_CMY}},
+        {"cmy_to_rgb", {CLRSPACE_CMY, CLRSPACE_RGB}},
+        {"rgb_to_lab", {CLRSPACE_RGB, CLRSPACE_LAB}},
+        {"lab_to_rgb", {CLRSPACE_LAB, CLRSPACE_RGB}},
+        {"custom_rgb_to_rgb", {CLRSPACE_RGB, CLRSPACE_RGB, 105, 105}},
+        {"custom_cmyk_to_cmyk", {CLRSPACE_CMYK, CLRSPACE_CMYK, 107, 107}},
+    };
+    for (const auto& route : kRoutes) {
+        const std::string name = route.name;
+        benchmark::RegisterBenchmark(("IccPixels/" + name).c_str(), IccPixels, route.sides)
+            ->Unit(benchmark::kMillisecond);
+        benchmark::RegisterBenchmark(("IccCreate/" + name).c_str(), IccCreate, route.sides)
+            ->Unit(benchmark::kMillisecond);
+    }
+    return true;
+}();
+
+}  // namespace
+}  // namespace zv::bench

@@ -1,0 +1,118 @@
+#include "profile_file.h"
+
+#include <fmt/format.h>
+
+#include <string_view>
+
+#include "image/image.h"
+#include "image/input_file.h"
+#include "zvclr.h"
+
+namespace zvtool {
+
+using zvimage::ContradictionError;
+using zvimage::ImageError;
+
+namespace {
+
+// Header and count of tags.
+constexpr size_t kSmallestProfile = 132;
+// Press profiles have some megabytes; anything larger was named by mistake.
+constexpr size_t kLargestProfile = size_t{64} << 20;
+
+constexpr size_t kClassAt = 12;
+constexpr size_t kSpaceAt = 16;
+constexpr size_t kMagicAt = 36;
+
+std::string_view signatureAt(const std::vector<uint8_t>& profile, size_t offset) {
+    return {reinterpret_cast<const char*>(profile.data()) + offset, 4};
+}
+
+uint32_t statedSize(const std::vector<uint8_t>& profile) {
+    return uint32_t{profile[0]} << 24 | uint32_t{profile[1]} << 16 | uint32_t{profile[2]} << 8 | profile[3];
+}
+
+// A signature for people: blanks at its end cut off, other bytes as question marks.
+std::string readable(std::string_view signature) {
+    std::string text;
+    for (const char c : signature) {
+        text += c >= ' ' && c <= '~' ? c : '?';
+    }
+    while (!text.empty() && text.back() == ' ') {
+        text.pop_back();
+    }
+    return text;
+}
+
+std::string_view signatureOf(int32_t space) {
+    switch (space) {
+        case CLRSPACE_CMYK:
+            return "CMYK";
+        case CLRSPACE_CMY:
+            return "CMY ";
+        case CLRSPACE_LAB:
+            return "Lab ";
+        default:
+            return "RGB ";
+    }
+}
+
+std::vector<uint8_t> readBounded(const ProfileRequest& request) {
+    if (request.path == "-") {
+        throw ContradictionError(request.option + " takes no standard input; name a file");
+    }
+    zvimage::InputFile file(request.path);
+    std::vector<uint8_t> bytes;
+    constexpr size_t kBlock = size_t{1} << 20;
+    size_t got = kBlock;
+    while (got == kBlock && bytes.size() <= kLargestProfile) {
+        const size_t start = bytes.size();
+        bytes.resize(start + kBlock);
+        got = file.readUpTo(bytes.data() + start, kBlock);
+        bytes.resize(start + got);
+    }
+    if (bytes.size() > kLargestProfile) {
+        throw ImageError(fmt::format("{} is larger than {} MB, which no ICC profile is; give {} another file",
+                                     request.path, kLargestProfile >> 20, request.option));
+    }
+    return bytes;
+}
+
+void checkClass(const ProfileRequest& request, const std::vector<uint8_t>& profile) {
+    const std::string_view kind = signatureAt(profile, kClassAt);
+    if (kind == "link" || kind == "abst" || kind == "nmcl") {
+        const char* name = kind == "link"   ? "a device link"
+                           : kind == "abst" ? "an abstract profile"
+                                            : "a named-colour profile";
+        throw ContradictionError(
+            fmt::format("{} is {}, but {} needs the profile of one colour space or device; give such "
+                        "a profile",
+                        request.path, name, request.option));
+    }
+}
+
+}  // namespace
+
+std::vector<uint8_t> readProfile(const ProfileRequest& request) {
+    std::vector<uint8_t> profile = readBounded(request);
+    if (profile.size() < kSmallestProfile || signatureAt(profile, kMagicAt) != "acsp") {
+        throw ImageError(fmt::format(
+            "{} is no ICC profile: among its {} bytes \"acsp\" does not stand at byte 36; give {} another file",
+            request.path, profile.size(), request.option));
+    }
+    if (statedSize(profile) > profile.size()) {
+        throw ImageError(fmt::format("{} is cut off: it says that it has {} bytes, but {} are there", request.path,
+                                     statedSize(profile), profile.size()));
+    }
+    checkClass(request, profile);
+    const std::string_view found = signatureAt(profile, kSpaceAt);
+    const std::string_view expected = signatureOf(request.space);
+    if (found != expected) {
+        throw ContradictionError(fmt::format(
+            "{} is a profile for {}, but {} {}; give {} a profile for {}, or {}", request.path, readable(found),
+            request.holder, zvimage::spaceOf(request.space).name, request.option, readable(expected), request.instead));
+    }
+    return profile;
+}
+
+}  // namespace zvtool
