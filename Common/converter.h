@@ -58,7 +58,7 @@ struct ClrHandle {
     zv::ClrLabEncodeRecord* labEncode;  ///< owned
     zv::ClrYcckTables* ycckTables;      ///< owned
     HANDLE systemTransform;             ///< the platform's transform
-    uint8_t reserved[8];                ///< the stated size is 1720, the fields fill 1712
+    uint8_t reserved[8];                ///< the record has 1720 bytes, of which the fields fill 1712
 };
 
 static_assert(sizeof(ClrHandle) == zv::kConverterSize);

@@ -61,7 +61,7 @@
       "converter is created.")                                                                                         \
     X(ERR_PROFILE_LOAD,                                                                                                \
       "A profile could not be opened by the transform engine.",                                                        \
-      "The file is no ICC profile or is damaged; choose another profile.")                                             \
+      "The file is no ICC profile, is damaged, or too many are open: converters keep their profile files open.") \
     X(ERR_TRANSFORM_CREATE,                                                                                            \
       "A profile does not fit the pixel format.",                                                                      \
       "The profile is for another colour space than the pixels, for example RGB for CMYK; choose one of the right "    \

@@ -10,8 +10,8 @@
  * otherwise, and 0 in the cases that Zv_ClrConvert tells. No exception crosses
  * this interface. zverror.h gives names and meanings of codes.
  *
- * Threads: converters run in parallel, and one converter of the built-in method
- * may run on several threads at once. Zv_ClrFree must not overlap another use of
+ * Threads: converters run in parallel, and one converter may run on several threads
+ * at once. Zv_ClrFree must not overlap another use of
  * the same converter, and no thread may be inside a call while the library is
  * unloaded or the process ends.
  */
@@ -95,11 +95,12 @@ enum ClrSpaceId {
  * Each method that is set prepares its own objects in Zv_ClrInit, and activeMethod
  * chooses among them.
  *
- * The ICC methods serve pairs of a hub and CLRSPACE_CMYK, CLRSPACE_CMY or CLRSPACE_LAB.
+ * CLRMETHOD_ICC serves pairs of a hub and CLRSPACE_CMYK, CLRSPACE_CMY or CLRSPACE_LAB, and
+ * CLRSPACE_YCCK as a source; CLRMETHOD_CUSTOM_ICC two hubs and equal ids of these as well.
  * There the bytes of CLRSPACE_LAB are those of ICC profiles: L 0 to 255, a and b with an
- * offset of 128. Their rows are packed or spread around a packed run of pixels, and
- * destinationRowExtra is an alignment on this route: a row begins at the next multiple
- * of it. CLRSPACE_CMYK is ink as everywhere: 255 is full ink.
+ * offset of 128. CLRSPACE_CMYK is ink as everywhere: 255 is full ink. Transforms run over
+ * packed pixels, so that destinationRowExtra is an alignment on this route (but for
+ * CLRSPACE_YCCK): a row begins at the next multiple of it.
  *
  * In this version the emulation methods are accepted, convert nothing and return 1.
  */
@@ -311,7 +312,11 @@ typedef struct ClrParams {
  * The white point works on conversions out of RGB into CMY, CMYK and Lab.
  *
  * A refused ClrCmykParams (unreadable or of a wrong size), ClrYuvParams or ClrLabParams
- * (unreadable) keeps what was built until the library is unloaded, some 2 kB a call.
+ * (unreadable) keeps what was built until the library is unloaded: some 2 kB a call, and with
+ * the ICC methods the transforms, up to megabytes. A ClrYuvParams or ClrLabParams of a wrong
+ * size loses the copy of the record before it, some dozens of bytes.
+ *
+ * A converter of the caller's profile files keeps them open until it is released.
  */
 ZVCLR_API int32_t Zv_ClrInit(ClrHandle** receiver, int32_t sourceSpace, int32_t destinationSpace, ClrParams* params);
 
@@ -337,7 +342,9 @@ ZVCLR_API int32_t Zv_ClrIsValid(const ClrHandle* converter);
  *                             pixels have the same size; any other overlap is undefined.
  * @param width,height         in pixels, 1 or more, with the multiples that the spaces ask.
  * @param sourceRowExtra       bytes after each source row (not a stride), 0 or more.
- * @param destinationRowExtra  bytes after each destination row; they are not written.
+ * @param destinationRowExtra  bytes after each destination row; they are not written, but on
+ *                             the ICC route, where it is an alignment and the gaps between
+ *                             rows are left with whatever the packed pixels had there.
  * @return 1; ERR_INVALID_PARAMETER (null, size below 1, negative padding, or a kernel cannot
  *         reach its buffers, the padding of the last row included), ERR_BAD_POINTER,
  *         ERR_INVALID_HANDLE, ERR_SAME_BUFFER (in place, equal spaces, different padding),
@@ -345,12 +352,13 @@ ZVCLR_API int32_t Zv_ClrIsValid(const ClrHandle* converter);
  *         ERR_INVALID_PARAMETER too when the active ICC method has no transform,
  *         ERR_BAD_TAG (an HLS pixel with a hue and no saturation: pixels before it are
  *         written), ERR_YUV_SAMPLING_RATIO, ERR_YUV_VERTICAL_PACKED, ERR_YUV_PLANAR_PADDING.
- *         0 from CLRSPACE_YCCK with the built-in method (the image is written) and when the
- *         platform's colour management failed.
+ *         0 from CLRSPACE_YCCK with the built-in method (the image is written) or with the
+ *         caller's profiles (nothing is written), and when the platform's colour management
+ *         failed.
  *
- * Equal spaces copy; with padding of 2 or more on a side the rows are read and land at
- * multiples of the padding. Without a hub on either side, once the arguments have passed
- * their checks, 1 comes back whatever happened, and the converter's records are not used.
+ * Equal spaces copy, unless the active method is CLRMETHOD_CUSTOM_ICC; with padding of 2 or more on a side the rows are
+ * read and land at multiples of the padding. Without a hub on either side, once the arguments have passed their checks,
+ * 1 comes back whatever happened, and the converter's records are not used.
  *
  * Peculiarities: a converter to CLRSPACE_YCCK returns 1 and writes nothing (use
  * Zv_ClrConvertDirect); a converter from CLRSPACE_RGB444 writes B, G, R, also for

@@ -1,6 +1,5 @@
 #include "resources/resources.h"
 
-#include "host/platform.h"
 #include "resources/block_list.h"
 
 // The blocks' bytes go into the read-only data as they are. A file that is longer than listed stops the build, and a
@@ -12,7 +11,7 @@
 ZVCLR_BLOCKS(ZV_EMBED)
 #undef ZV_EMBED
 
-#define ZV_ENTRY(symbol, type, id, bytes, file) {ZV_WIDE(type), id, bytes, symbol},
+#define ZV_ENTRY(symbol, type, id, bytes, file) {u##type, id, bytes, symbol},
 const ZvModuleResource zvclrOwnResources[] = {
     ZVCLR_BLOCKS(ZV_ENTRY){nullptr, 0, 0, nullptr},
 };

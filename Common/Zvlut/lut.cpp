@@ -13,7 +13,7 @@ namespace {
 
 constexpr ZvChar kSource[] = ZV_WIDE("Common\\Zvlut");
 
-/// More than this no file that the library reads can hold.
+/// A limit of our own: twice as many bytes, where the largest grid of a real profile has some ten million.
 constexpr int64_t kMostGridEntries = INT32_MAX;
 
 /// Where a word falls on an axis of a grid.
@@ -72,14 +72,11 @@ void Interpolate(const uint16_t* in, uint16_t* out, const uint16_t* table, const
                 [table, held](uint64_t at) { return at < held ? static_cast<double>(table[at]) : 0.0; });
 }
 
-/// The stated form sets clutParams.inputs to 3 for the two lookups and back. Nobody sees that, and one table may be
-/// evaluated by several threads: the lookups take the sizes of a slice instead.
+/// The lookups take the sizes of a slice, which has three inputs. Writing that into the table and back would be a race
+/// between threads that evaluate it.
 void Eval4D(const CmmLut& lut, const uint16_t* in, uint16_t* out) noexcept {
     const CmmInterpParams& grid = lut.clutParams;
-    const uint32_t split = static_cast<uint32_t>(in[0]) * grid.domain;
-    const auto position = static_cast<uint32_t>(TruncateClamped(split * kFixedOne / 65535.0 + 0.5));
-    const uint32_t slice = position >> 16;
-    const uint32_t fraction = position & 0xFFFFU;
+    const auto [slice, fraction] = PositionIn(grid.domain, in[0]);
     const uint32_t next = in[0] == kFullScale || slice >= grid.domain ? slice : slice + 1;
 
     CmmInterpParams inner = grid;

@@ -23,24 +23,10 @@ uint32_t TableTag(const CmmProfile* profile, const uint32_t (&tags)[kIntents], u
     return CmmHasTag(profile, tags[0]) == 1 ? tags[0] : 0;
 }
 
-struct FormatSpace {
-    uint32_t format;
-    uint32_t colorSpace;
-};
-
-/// CMMFORMAT_BGR_8 is not among them: it goes with a profile of any space.
-constexpr FormatSpace kFormatSpaces[] = {
-    {CMMFORMAT_RGB_8, Signature("RGB ")},
-    {CMMFORMAT_CMY_8, Signature("CMY ")},
-    {CMMFORMAT_CMYK_8, Signature("CMYK")},
-    {CMMFORMAT_LAB_8, Signature("Lab ")},
-};
-
 bool FormatFits(uint32_t format, const CmmProfile* profile) noexcept {
-    for (const FormatSpace& entry : kFormatSpaces) {
-        if (entry.format == format) return profile != nullptr && profile->colorSpace == entry.colorSpace;
-    }
-    return true;
+    const CmmFormatEntry* entry = CmmFindFormat(format);
+    if (entry == nullptr || entry->colorSpace == 0) return true;
+    return profile != nullptr && profile->colorSpace == entry->colorSpace;
 }
 
 bool IsRgb(const CmmProfile* profile) noexcept {

@@ -39,7 +39,7 @@ Points PointsOf(CmmProfile* profile) noexcept {
     Points points = {{0.0, 0.0, 0.0}, {kConnectionWhite[0], kConnectionWhite[1], kConnectionWhite[2]}, {}};
     if (profile == nullptr) return points;
     for (int i = 0; i < 3; ++i) points.illuminant[i] = profile->illuminant[i];
-    double read[3];
+    double read[3] = {};
     if (CmmReadXyzTag(profile, Signature("wtpt"), read) >= 0) std::copy_n(read, 3, points.white);
     if (CmmReadXyzTag(profile, Signature("bkpt"), read) >= 0) std::copy_n(read, 3, points.black);
     return points;

@@ -30,7 +30,7 @@ void ReadCurves(CmmProfile* profile, CurveSet& set) noexcept {
 }
 
 bool ReadMatrix(CmmProfile* profile, double (&matrix)[9]) noexcept {
-    double scratch[9];
+    double scratch[9] = {};
     return CmmReadColorantMatrix(matrix, profile, scratch) == 1;
 }
 

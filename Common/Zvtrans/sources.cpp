@@ -6,32 +6,20 @@ namespace zv {
 
 namespace {
 
-struct BuiltinProfile {
-    uint32_t format;
-    uint16_t resource;
-};
-
-constexpr BuiltinProfile kBuiltinProfiles[] = {
-    {CMMFORMAT_RGB_8, 105}, {CMMFORMAT_BGR_8, 105},  {CMMFORMAT_CMY_8, 110},
-    {CMMFORMAT_LAB_8, 106}, {CMMFORMAT_CMYK_8, 107},
-};
-
 /// One side's source. Without block and file it is the built-in profile of the format.
 struct Source {
     const void* block;
-    uint64_t blockSize;
+    uint32_t blockSize;
     const ZvChar* file;
     uint32_t format;
 };
 
 /// Null for a format without a built-in profile, for a missing resource and for one that is no profile.
 CmmProfile* OpenBuiltin(uint32_t format) noexcept {
-    for (const BuiltinProfile& entry : kBuiltinProfiles) {
-        if (entry.format != format) continue;
-        const ClrResource resource = FindClrResource(ZV_WIDE("ICM"), entry.resource);
-        return CmmOpenProfileFromMemory(resource.data, resource.size);
-    }
-    return nullptr;
+    const CmmFormatEntry* entry = CmmFindFormat(format);
+    if (entry == nullptr) return nullptr;
+    const ClrResource resource = FindClrResource(ZV_WIDE("ICM"), entry->builtinProfile);
+    return CmmOpenProfileFromMemory(resource.data, resource.size);
 }
 
 CmmProfile* Open(const Source& source) noexcept {

@@ -22,6 +22,25 @@ enum CmmPixelFormat : uint32_t {
     CMMFORMAT_CMYK_8 = 0x60021,
     CMMFORMAT_LAB_8 = 0xA0019,
 };
+/// What goes with a format: the colour space that its profile must have (0: any) and the built-in profile's resource.
+struct CmmFormatEntry {
+    uint32_t format;
+    uint32_t colorSpace;
+    uint16_t builtinProfile;
+};
+inline constexpr CmmFormatEntry kCmmFormats[] = {
+    {CMMFORMAT_RGB_8, Signature("RGB "), 105}, {CMMFORMAT_BGR_8, 0, 105},
+    {CMMFORMAT_CMY_8, Signature("CMY "), 110}, {CMMFORMAT_CMYK_8, Signature("CMYK"), 107},
+    {CMMFORMAT_LAB_8, Signature("Lab "), 106},
+};
+/// Null for a word that is none of these.
+constexpr const CmmFormatEntry* CmmFindFormat(uint32_t format) noexcept {
+    for (const CmmFormatEntry& entry : kCmmFormats) {
+        if (entry.format == format) return &entry;
+    }
+    return nullptr;
+}
+
 constexpr uint32_t FormatBytes(uint32_t format) noexcept { return format & 7U; }
 constexpr uint32_t FormatChannels(uint32_t format) noexcept { return format >> 3 & 15U; }
 constexpr bool FormatReversed(uint32_t format) noexcept { return (format >> 10 & 1U) != 0; }
@@ -83,8 +102,8 @@ struct CmmSources {
     const ZvChar* outputFile;
     const void* inputBlock;
     const void* outputBlock;
-    uint64_t inputBlockSize;
-    uint64_t outputBlockSize;
+    uint32_t inputBlockSize;
+    uint32_t outputBlockSize;
 };
 
 /// A new transform or null. The status tells why, but null with CLR_SUCCESS is possible: test the pointer.

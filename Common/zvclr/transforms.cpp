@@ -72,46 +72,43 @@ int32_t CopyProfileMemory(const ClrProfileMemory* given, ClrProfileMemory** rece
     return CLR_SUCCESS;
 }
 
-/// Memory goes before a name. A missing file is a failure on the input side only.
-int32_t TakeInput(ClrHandle* converter, const ClrParams& params) noexcept {
-    if (params.inputProfileMemory != nullptr) {
-        return CopyProfileMemory(params.inputProfileMemory, &converter->inputProfileMemory);
-    }
-    const ZvChar* name = params.inputProfileName;
-    if (!FitsConverter(name) || ClrFileExists(name) == 0) return ERR_FILE_NOT_FOUND;
-    CopyName(converter->inputProfileName, name);
+/// One side of the caller's choice: memory goes before a name. The engine is given the copy of the memory, of whose
+/// size it takes the low 32 bits.
+struct CallersSource {
+    const ClrProfileMemory* memory;
+    const ZvChar* name;
+};
+
+int32_t TakeMemory(const CallersSource& given, ClrProfileMemory*& copy, const void*& block, uint32_t& size) noexcept {
+    FreeProfileMemory(copy);
+    const int32_t result = CopyProfileMemory(given.memory, &copy);
+    if (result != CLR_SUCCESS) return result;
+    block = copy->data;
+    size = static_cast<uint32_t>(copy->dataSize);
     return CLR_SUCCESS;
 }
 
-int32_t TakeOutput(ClrHandle* converter, const ClrParams& params) noexcept {
-    if (params.outputProfileMemory != nullptr) {
-        return CopyProfileMemory(params.outputProfileMemory, &converter->outputProfileMemory);
+int32_t TakeInput(ClrHandle* converter, const CallersSource& given, CmmSources& sources) noexcept {
+    if (given.memory != nullptr) {
+        return TakeMemory(given, converter->inputProfileMemory, sources.inputBlock, sources.inputBlockSize);
     }
-    const ZvChar* name = params.outputProfileName;
-    if (!FitsConverter(name))
-        return NameLength(name) < CLR_NAME_LENGTH && ClrFileExists(name) == 0 ? int32_t{CLR_SUCCESS}
-                                                                              : int32_t{ERR_FILE_NOT_FOUND};
-    if (ClrFileExists(name) != 0) CopyName(converter->outputProfileName, name);
+    if (!FitsConverter(given.name) || ClrFileExists(given.name) == 0) return ERR_FILE_NOT_FOUND;
+    CopyName(converter->inputProfileName, given.name);
+    sources.inputFile = given.name;
     return CLR_SUCCESS;
 }
 
-/// What the engine opens: the caller's names and blocks, as far as they were taken.
-CmmSources SourcesOf(const ClrHandle& converter, const ClrParams& params) noexcept {
-    CmmSources sources = {};
-    sources.useCustom = 1;
-    if (converter.inputProfileMemory != nullptr) {
-        sources.inputBlock = converter.inputProfileMemory->data;
-        sources.inputBlockSize = converter.inputProfileMemory->dataSize;
-    } else {
-        sources.inputFile = params.inputProfileName;
+/// A file that does not exist is no failure on this side: the built-in profile serves.
+int32_t TakeOutput(ClrHandle* converter, const CallersSource& given, CmmSources& sources) noexcept {
+    if (given.memory != nullptr) {
+        return TakeMemory(given, converter->outputProfileMemory, sources.outputBlock, sources.outputBlockSize);
     }
-    if (converter.outputProfileMemory != nullptr) {
-        sources.outputBlock = converter.outputProfileMemory->data;
-        sources.outputBlockSize = converter.outputProfileMemory->dataSize;
-    } else if (converter.outputProfileName[0] != 0) {
-        sources.outputFile = params.outputProfileName;
-    }
-    return sources;
+    const bool ends = NameLength(given.name) < CLR_NAME_LENGTH;
+    if (ends && ClrFileExists(given.name) == 0) return CLR_SUCCESS;
+    if (!FitsConverter(given.name)) return ERR_FILE_NOT_FOUND;
+    CopyName(converter->outputProfileName, given.name);
+    sources.outputFile = given.name;
+    return CLR_SUCCESS;
 }
 
 }  // namespace
@@ -147,34 +144,37 @@ int32_t ClrBuildIccTransform(ClrHandle* converter, int32_t sourceSpace, int32_t 
         return StoreIccTransform(converter, sourceWord, CMMFORMAT_CMYK_8);
     }
     if (sourceWord == CMMFORMAT_NONE || destinationWord == CMMFORMAT_NONE) return ERR_COLORSPACE_UNSUPPORTED;
-    // Equal ids pass both tests, and what the second builds replaces the first. Two hubs pass neither.
+    // Equal ids pass both tests: transform and status of the second replace those of the first. Two hubs pass neither.
+    int32_t status = CLR_SUCCESS;
     if (IsPrintOrLab(sourceSpace)) {
         const uint32_t hub = destinationSpace == CLRSPACE_RGB ? CMMFORMAT_RGB_8 : CMMFORMAT_BGR_8;
-        const int32_t status = StoreIccTransform(converter, sourceWord, hub);
-        if (status != CLR_SUCCESS) return status;
+        status = StoreIccTransform(converter, sourceWord, hub);
     }
     if (IsPrintOrLab(destinationSpace)) {
         const uint32_t hub = sourceSpace == CLRSPACE_RGB ? CMMFORMAT_RGB_8 : CMMFORMAT_BGR_8;
-        return StoreIccTransform(converter, hub, destinationWord);
+        status = StoreIccTransform(converter, hub, destinationWord);
     }
-    return CLR_SUCCESS;
+    return status;
 }
 
 int32_t ClrBuildCustomTransform(ClrHandle* converter, int32_t sourceSpace, int32_t destinationSpace,
                                 const ClrParams* params) noexcept {
     if (converter == nullptr || params == nullptr) return ERR_INVALID_PARAMETER;
-    if (const int32_t taken = TakeInput(converter, *params); taken != CLR_SUCCESS) return taken;
-    if (const int32_t taken = TakeOutput(converter, *params); taken != CLR_SUCCESS) return taken;
+    CmmSources sources = {};
+    sources.useCustom = 1;
+    int32_t status = TakeInput(converter, {params->inputProfileMemory, params->inputProfileName}, sources);
+    if (status != CLR_SUCCESS) return status;
+    status = TakeOutput(converter, {params->outputProfileMemory, params->outputProfileName}, sources);
+    if (status != CLR_SUCCESS) return status;
     // A space without a word leaves the field as it was.
     const uint32_t sourceWord = ClrFormatWord(sourceSpace);
     const uint32_t destinationWord = ClrFormatWord(destinationSpace);
     if (sourceWord != CMMFORMAT_NONE) converter->sourceFormat = sourceWord;
     if (destinationWord != CMMFORMAT_NONE) converter->destinationFormat = destinationWord;
 
-    int32_t status = CLR_SUCCESS;
     CmmFreeTransform(converter->customTransform);
-    converter->customTransform = CreateTransform(*converter, converter->sourceFormat, converter->destinationFormat,
-                                                 SourcesOf(*converter, *params), &status);
+    converter->customTransform =
+        CreateTransform(*converter, converter->sourceFormat, converter->destinationFormat, sources, &status);
     return status;
 }
 

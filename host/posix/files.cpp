@@ -89,13 +89,14 @@ HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD, SECURITY_ATTRIBUTES*, DWOR
     }
     int descriptor = -1;
     do {
-        descriptor = open(path, flags, 0666);
+        // A pipe without a writer would hold the caller for ever.
+        descriptor = open(path, flags | O_NONBLOCK, 0666);
     } while (descriptor < 0 && errno == EINTR);
     struct stat status;
-    if (descriptor >= 0 && fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode)) {
+    if (descriptor >= 0 && fstat(descriptor, &status) == 0 && (S_ISDIR(status.st_mode) || S_ISFIFO(status.st_mode))) {
         close(descriptor);
         descriptor = -1;
-        errno = EISDIR;
+        errno = S_ISDIR(status.st_mode) ? EISDIR : ESPIPE;
     }
     if (descriptor < 0) {
         Fail(errno);

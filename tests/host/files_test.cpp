@@ -11,6 +11,7 @@
 #ifdef _WIN32
 #    include <process.h>
 #else
+#    include <sys/stat.h>
 #    include <unistd.h>
 #endif
 
@@ -73,6 +74,16 @@ TEST_F(HostFiles, FolderIsNoFile) {
     EXPECT_EQ(INVALID_HANDLE_VALUE, Create(folder_, GENERIC_WRITE, OPEN_EXISTING));
     EXPECT_EQ(DWORD{ERROR_ACCESS_DENIED}, GetLastError());
 }
+
+#ifndef _WIN32
+TEST_F(HostFiles, PipeIsRefusedAndHoldsNobody) {
+    const fs::path pipe = folder_ / "pipe";
+    ASSERT_EQ(0, mkfifo(pipe.c_str(), 0600));
+    EXPECT_EQ(kNoHostFile, Open(pipe));
+    EXPECT_EQ(INVALID_HANDLE_VALUE, Create(pipe, GENERIC_READ | GENERIC_WRITE, OPEN_EXISTING));
+    EXPECT_EQ(INVALID_HANDLE_VALUE, Create(pipe, GENERIC_WRITE, OPEN_EXISTING));
+}
+#endif
 
 TEST_F(HostFiles, PathThroughAFileIsNotFound) {
     Make("plain", "x");

@@ -368,8 +368,10 @@ TEST(MatShaper, CurvesOfOneEntryAreReadSafely) {
         }
     }
     const ShaperRecord input = MakeShaperRecord(kIdentity, Same({0x4000}), kInput);
-    // There is no next-to-last entry; any value will do, the same each time.
-    EXPECT_EQ(EvalGray(input, 0xFFFF), EvalGray(input, 0xFFFF));
+    // There is no next-to-last entry, so the only one serves, as an XYZ word.
+    for (const uint16_t value : {uint16_t{0}, uint16_t{0x8000}, uint16_t{0xFFFF}}) {
+        for (size_t c = 0; c < 3; ++c) EXPECT_EQ(0x2000, EvalGray(input, value)[c]) << value;
+    }
 }
 
 }  // namespace

@@ -132,6 +132,9 @@ TEST(CreateTransform, RgbWithATableOnOneSideIsNoShortCut) {
     EXPECT_EQ(&CmmStageOutputShaper, from.transform->pcsToDevice);
     EXPECT_EQ(nullptr, from.transform->combinedShaper);
     EXPECT_EQ(&CmmRunFull, from.transform->run);
+    const Built baked = BuildFromBytes(mixed.Build(), CMMFORMAT_RGB_8, RgbProfile(), CMMFORMAT_RGB_8);
+    EXPECT_EQ(&CmmRunGrid, baked.transform->run);
+    EXPECT_NE(nullptr, baked.transform->gridLut);
     // The tag of the other direction is not asked for.
     const Built to = BuildSome(RgbProfile(), CMMFORMAT_RGB_8, mixed.Build(), CMMFORMAT_RGB_8);
     EXPECT_EQ(&CmmRunShaper, to.transform->run);

@@ -59,6 +59,40 @@ TEST(TransformStages, LargeTables) {
     }
 }
 
+TEST(TransformStages, PointsOfAnotherTagTypeCountAsMissing) {
+    const HostScope host;
+    const Triple white = {0.9, 1.0, 0.7}, black = {0.02, 0.02, 0.02};
+    const auto relative = [](const Bytes& wtpt, const Bytes& bkpt) {
+        ProfileBuilder builder = LutProfile("Lab ", "Lab ", 16, 3);
+        builder.Remove("wtpt").Remove("bkpt");
+        if (!wtpt.empty()) builder.Tag("wtpt", wtpt);
+        if (!bkpt.empty()) builder.Tag("bkpt", bkpt);
+        return builder.Build();
+    };
+    ProfileBuilder absolute = LutProfile("CMYK", "Lab ", 16, 3);
+    absolute.header.intent = 3;
+    const Bytes partner = absolute.Build();
+    const auto scaleOf = [&partner](const Bytes& profile) {
+        const Built to = BuildFromBytes(partner, CMMFORMAT_CMYK_8, profile, CMMFORMAT_LAB_8, Stages());
+        const Built from = BuildFromBytes(profile, CMMFORMAT_LAB_8, partner, CMMFORMAT_CMYK_8, Stages());
+        std::vector<int32_t> numbers;
+        for (const Built* built : {&to, &from}) {
+            EXPECT_NE(nullptr, built->transform);
+            if (!built->transform) continue;
+            numbers.insert(numbers.end(), built->transform->pcsScale, built->transform->pcsScale + 3);
+            numbers.insert(numbers.end(), built->transform->pcsOffset, built->transform->pcsOffset + 3);
+        }
+        return numbers;
+    };
+    const Bytes curve = CurveBody({0, 0xFFFF});
+    const std::vector<int32_t> missing = scaleOf(relative({}, {}));
+    EXPECT_NE(missing, scaleOf(relative(XyzBody(white), {}))) << "the points count at all";
+    EXPECT_NE(missing, scaleOf(relative({}, XyzBody(black))));
+    EXPECT_EQ(missing, scaleOf(relative(curve, {})));
+    EXPECT_EQ(missing, scaleOf(relative({}, curve)));
+    EXPECT_EQ(scaleOf(relative(XyzBody(white), {})), scaleOf(relative(XyzBody(white), curve)));
+}
+
 TEST(TransformStages, GrayOnEitherSide) {
     const HostScope host;
     ExpectAllPairs(GrayProfiles(), AllProfiles(3), 100);

@@ -26,7 +26,7 @@ Bytes Repeated(const Bytes& pixel, size_t count) {
 
 // --- Pixels ---------------------------------------------------------------------------------------------------------
 
-TEST(StudioYuv, EncodesStatedColours) {
+TEST(StudioYuv, EncodesWorkedColours) {
     EXPECT_EQ((Pixel<3>{15, 128, 128}), StudioYuv::FromRgb({0, 0, 0}));
     EXPECT_EQ((Pixel<3>{234, 128, 128}), StudioYuv::FromRgb({255, 255, 255}));
     EXPECT_EQ((Pixel<3>{125, 128, 128}), StudioYuv::FromRgb({128, 128, 128}));
@@ -35,7 +35,7 @@ TEST(StudioYuv, EncodesStatedColours) {
     EXPECT_EQ((Pixel<3>{40, 240, 109}), StudioYuv::FromRgb({0, 0, 255}));
 }
 
-TEST(StudioYuv, DecodesStatedColours) {
+TEST(StudioYuv, DecodesWorkedColours) {
     EXPECT_EQ((Rgb{0, 0, 0}), StudioYuv::ToRgb({15, 128, 128}));
     EXPECT_EQ((Rgb{254, 254, 254}), StudioYuv::ToRgb({234, 128, 128}));
     EXPECT_EQ((Rgb{254, 0, 0}), StudioYuv::ToRgb({81, 90, 240}));

@@ -329,7 +329,7 @@ TEST(YuvParamsToHub, PositionsThatCannotBeReadAreInvalid) {
     EXPECT_EQ(Bytes(8 * 3, 0xCC), out);
 }
 
-TEST(YuvParamsToHub, SourceRegionIsTheStatedOne) {
+TEST(YuvParamsToHub, SourceRegionIsThatOfTheLayout) {
     // Packed: (2 * 8 + 16) / 2 = 16 bits a pixel. Planar: (4 * 8 + 16) / 2 * 2 = 48 bits, more than the planes have.
     const struct {
         int32_t planar;

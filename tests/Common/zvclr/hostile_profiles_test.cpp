@@ -296,7 +296,7 @@ TEST_F(HostileCustomProfiles, MatrixThatHasNoInverse) {
     for (const Colorants& colorants : {flat, none}) {
         const Bytes bytes = MatrixRgbProfile(colorants, GammaBody(0x0200)).Build();
         const int32_t asInput = Outcome(bytes), asOutput = Outcome(bytes, CLRSPACE_RGB, CLRSPACE_BGR, false);
-        EXPECT_TRUE(asInput == kWorks || asInput == kNoTransform) << asInput;
+        EXPECT_EQ(kWorks, asInput) << "only the output side is inverted";
         EXPECT_EQ(kNoTransform, asOutput);
     }
 }
@@ -316,10 +316,8 @@ TEST_F(HostileCustomProfiles, WhitesAndIlluminantsThatDivideByZero) {
     }
 }
 
-TEST_F(HostileCustomProfiles, DeviceLinkIsNoInputOfAPair) {
-    const Bytes link = TinyLink(16, "RGB ", 3);
-    const int32_t outcome = Outcome(link, CLRSPACE_RGB, CLRSPACE_BGR);
-    EXPECT_TRUE(outcome == kWorks || outcome == kNoTransform) << outcome;
+TEST_F(HostileCustomProfiles, DeviceLinkBesideAnOutputProfileIsAProfileLikeOthers) {
+    EXPECT_EQ(kWorks, Outcome(TinyLink(16, "RGB ", 3), CLRSPACE_RGB, CLRSPACE_BGR));
 }
 
 TEST_F(HostileCustomProfiles, CutAtEveryByteInMemoryAndInAFile) {

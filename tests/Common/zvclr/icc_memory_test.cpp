@@ -175,8 +175,7 @@ TEST_F(CustomFaults, NoMemoryForABlockOfThatSize) {
     EXPECT_EQ(0, RegisteredCount());
 }
 
-// --- Records that stop the creation once the transforms stand
-// ---------------------------------------------------------
+// --- Records that stop the creation once the transforms stand -------------------------------------------------------
 
 TEST_F(CustomFaults, UnreadableRecordsLeaveTheConverterWithItsTransformsToTheUnload) {
     const GuardedBuffer page(8);

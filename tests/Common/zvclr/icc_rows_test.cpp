@@ -320,7 +320,7 @@ TEST(ProfileRows, WithoutMemory) {
         const bool failed = host->AllocationsSinceReset() >= n;
         host->FailAllocation(0);
         EXPECT_EQ(held, host.Leaked()) << n;
-        // Rows that could not be spread stay packed: that result is not looked at.
+        // Only the packed copy takes memory.
         EXPECT_EQ(n == 1 ? int32_t{ERR_NO_MEMORY} : int32_t{CLR_SUCCESS}, result) << n;
         if (n == 1) {
             EXPECT_EQ(Bytes(100, 0xCD), out);

@@ -118,7 +118,7 @@ TEST_F(GeometryCheck, EverySpaceAndSize) {
     }
 }
 
-TEST_F(GeometryCheck, StatedSizes) {
+TEST_F(GeometryCheck, SizesOfEachSpace) {
     EXPECT_EQ(ERR_YVU9_SIZE, Check(CLRSPACE_YVU9, 8, 6));
     EXPECT_EQ(CLR_SUCCESS, Check(CLRSPACE_YVU9, 8, 8));
     EXPECT_EQ(ERR_WIDTH_MULTIPLE, Check(CLRSPACE_Y41P, 12, 1));

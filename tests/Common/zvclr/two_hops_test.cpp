@@ -9,7 +9,7 @@ namespace {
 
 constexpr int32_t kWidth = 16, kHeight = 8;
 
-/// The told behaviour: the temporary image is written with the destination's padding and read with the source's, and
+/// The temporary image is written with the destination's padding and read with the source's, and
 /// what no row fills is zero.
 std::vector<uint8_t> Model(int32_t source, int32_t destination, const std::vector<uint8_t>& pixels, int32_t width,
                            int32_t height, int32_t sourceExtra, int32_t destinationExtra, int32_t* result) {
