@@ -7,6 +7,31 @@
 #    include <zverror.h>
 #endif
 
+/* By the profiles that the library carries: they are in the package, whichever way it is linked. */
+static int ConvertInks(void) {
+    const unsigned char inks[8] = {0, 0, 0, 0, 255, 0, 0, 0};
+    const unsigned char expected[6] = {255, 255, 255, 0, 178, 236};
+    unsigned char rgb[6] = {0};
+    ClrHandle* converter = NULL;
+    ClrParams params;
+    int32_t result;
+
+    memset(&params, 0, sizeof params);
+    params.size = (uint32_t)sizeof params;
+    params.methods = CLRMETHOD_ICC;
+    params.activeMethod = CLRMETHOD_ICC;
+    result = Zv_ClrInit(&converter, CLRSPACE_CMYK, CLRSPACE_RGB, &params);
+    if (result == CLR_SUCCESS) {
+        result = Zv_ClrConvert(converter, inks, rgb, 2, 1, 0, 0);
+        Zv_ClrFree(converter);
+    }
+    if (result != CLR_SUCCESS || memcmp(rgb, expected, sizeof expected) != 0) {
+        printf("by profiles: %d, %d %d %d, %d %d %d\n", (int)result, rgb[0], rgb[1], rgb[2], rgb[3], rgb[4], rgb[5]);
+        return 0;
+    }
+    return 1;
+}
+
 int main(void) {
     const unsigned char rgb[9] = {255, 0, 16, 1, 2, 3, 128, 64, 32};
     const unsigned char expected[9] = {0, 255, 239, 254, 253, 252, 127, 191, 223};
@@ -33,6 +58,7 @@ int main(void) {
         printf("Zv_ClrFree: %d\n", (int)result);
         return 1;
     }
+    if (!ConvertInks()) return 1;
 #ifdef WITH_COMPANION
     if (strcmp(ZvErrorName(ERR_NO_MEMORY), "ERR_NO_MEMORY") != 0) {
         printf("ZvErrorName: %s\n", ZvErrorName(ERR_NO_MEMORY));
