@@ -1,6 +1,4 @@
 // The transforms of a converter: one of the built-in profiles, one of the caller's.
-#include <initializer_list>
-
 #include "Common/Zvtrans/transform.h"
 #include "Common/lookup.h"
 #include "Common/zvclr/frame.h"
