@@ -345,20 +345,21 @@ ZVCLR_API int32_t Zv_ClrIsValid(const ClrHandle* converter);
  * @param destinationRowExtra  bytes after each destination row; they are not written, but on
  *                             the ICC route, where it is an alignment and the gaps between
  *                             rows are left with whatever the packed pixels had there.
- * @return 1; ERR_INVALID_PARAMETER (null, size below 1, negative padding, or a kernel cannot
- *         reach its buffers, the padding of the last row included), ERR_BAD_POINTER,
+ * @return 1; ERR_INVALID_PARAMETER (null, size below 1, negative padding, an ICC method without
+ *         a transform, or a kernel cannot reach its buffers, the padding of the last row
+ *         included), ERR_BAD_POINTER,
  *         ERR_INVALID_HANDLE, ERR_SAME_BUFFER (in place, equal spaces, different padding),
  *         ERR_METHOD_UNAVAILABLE, ERR_WIDTH_MULTIPLE, ERR_YVU9_SIZE, ERR_NO_MEMORY,
- *         ERR_INVALID_PARAMETER too when the active ICC method has no transform,
  *         ERR_BAD_TAG (an HLS pixel with a hue and no saturation: pixels before it are
  *         written), ERR_YUV_SAMPLING_RATIO, ERR_YUV_VERTICAL_PACKED, ERR_YUV_PLANAR_PADDING.
  *         0 from CLRSPACE_YCCK with the built-in method (the image is written) or with the
  *         caller's profiles (nothing is written), and when the platform's colour management
  *         failed.
  *
- * Equal spaces copy, unless the active method is CLRMETHOD_CUSTOM_ICC; with padding of 2 or more on a side the rows are
- * read and land at multiples of the padding. Without a hub on either side, once the arguments have passed their checks,
- * 1 comes back whatever happened, and the converter's records are not used.
+ * Equal spaces copy, unless the active method is CLRMETHOD_CUSTOM_ICC; with padding of 2 or
+ * more on a side the rows are read and land at multiples of the padding. Different spaces
+ * without a hub among them: once the arguments have passed their checks, 1 comes back whatever
+ * happened, and the converter's records are not used.
  *
  * Peculiarities: a converter to CLRSPACE_YCCK returns 1 and writes nothing (use
  * Zv_ClrConvertDirect); a converter from CLRSPACE_RGB444 writes B, G, R, also for
