@@ -9,11 +9,5 @@ output=$(mktemp) || exit 99
 trap 'rm -f "$output"' EXIT
 "$ZVCLR_WINE" "$@" >"$output" 2>&1 </dev/null
 status=$?
-# Wine now and then loses a program before it starts. One that has said nothing and failed is started once more.
-if [ "$status" -ne 0 ] && [ ! -s "$output" ]; then
-    echo "wine gave status $status and no output; starting once more" >&2
-    "$ZVCLR_WINE" "$@" >"$output" 2>&1 </dev/null
-    status=$?
-fi
 tr -d '\r' <"$output"
 exit $status
