@@ -13,6 +13,8 @@ struct CmmTransform;
 struct ClrYcckTables;
 struct ClrLabDecodeRecord;
 struct ClrLabEncodeRecord;
+/// A plain block of grid nodes, three bytes each, without a header.
+using EmulationTable = uint8_t;
 
 inline constexpr uint32_t kConverterSize = 1720;
 /// A name of the caller's record holds 264 characters and one of the converter 260, so longer names are refused.
@@ -20,6 +22,9 @@ inline constexpr int32_t kConverterNameLength = 260;
 inline constexpr int32_t kGammaPercent = 45;
 inline constexpr int32_t kDefaultGcrLevel = 175;
 inline constexpr uint32_t kDefaultWhiteCode = 50;
+
+/// The two spaces that every other has a kernel from and to.
+constexpr bool ClrIsHub(int32_t space) noexcept { return space == CLRSPACE_RGB || space == CLRSPACE_BGR; }
 
 enum ClrRoute : uint32_t {
     kRouteOneStep = 1,
@@ -51,8 +56,8 @@ struct ClrHandle {
     ZvChar emulationTableName[zv::kConverterNameLength];
     ClrProfileMemory* inputProfileMemory;  ///< owned, with owned data
     ClrProfileMemory* outputProfileMemory;
-    const void* builtinEmulationTable;  ///< into the locked resource, not owned
-    void* customEmulationTable;         ///< owned
+    const zv::EmulationTable* builtinEmulationTable;  ///< into the locked resource, not owned
+    zv::EmulationTable* customEmulationTable;         ///< owned
     int32_t gammaPercent;
     zv::ClrLabDecodeRecord* labDecode;  ///< owned
     zv::ClrLabEncodeRecord* labEncode;  ///< owned

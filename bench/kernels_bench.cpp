@@ -67,17 +67,26 @@ void Memcpy(benchmark::State& state) {
     CountPixels(state);
 }
 
-/// The parameterised routes, which exist for a converter only.
-void WithConverter(benchmark::State& state, int32_t from, int32_t to, ClrParams params) {
+/// The photograph in the space that a converter starts from; the bytes as they are serve for every other of three.
+std::vector<uint8_t> Source(int32_t space) {
+    std::vector<uint8_t> hub = Photograph();
+    if (space != CLRSPACE_CMYK) return hub;
+    std::vector<uint8_t> inks(ImageBytes(CLRSPACE_CMYK));
+    Zv_ClrConvertDirect(CLRSPACE_RGB, CLRSPACE_CMYK, hub.data(), inks.data(), kWidth, kHeight, 0, 0);
+    return inks;
+}
+
+/// The routes that exist for a converter only: parameter records and emulation tables.
+void WithConverter(benchmark::State& state, int32_t from, int32_t to, uint32_t method, ClrParams params) {
     params.size = sizeof params;
-    params.methods = params.activeMethod = CLRMETHOD_BUILTIN;
+    params.methods = params.activeMethod = params.emulationMethod = method;
     ClrHandle* converter = nullptr;
     if (Zv_ClrInit(&converter, from, to, &params) != CLR_SUCCESS) {
         state.SkipWithError("no converter");
         return;
     }
-    const std::vector<uint8_t> in = Photograph();
-    std::vector<uint8_t> out(in.size());
+    const std::vector<uint8_t> in = Source(from);
+    std::vector<uint8_t> out(ImageBytes(to));
     for (auto _ : state) {
         Zv_ClrConvert(converter, in.data(), out.data(), kWidth, kHeight, 0, 0);
         benchmark::DoNotOptimize(out.data());
@@ -99,10 +108,25 @@ const bool registered = [] {
     static ClrLabParams lab = {sizeof(ClrLabParams), 0, 0, 100, 128, 170, 96, 200};
     ClrParams params{};
     params.labParams = &lab;
-    benchmark::RegisterBenchmark("ClrLabParamsFromHub", WithConverter, CLRSPACE_BGR, CLRSPACE_LAB, params)
+    benchmark::RegisterBenchmark("ClrLabParamsFromHub", WithConverter, CLRSPACE_BGR, CLRSPACE_LAB, CLRMETHOD_BUILTIN,
+                                 params)
         ->Unit(benchmark::kMillisecond);
-    benchmark::RegisterBenchmark("ClrLabParamsToHub", WithConverter, CLRSPACE_LAB, CLRSPACE_BGR, params)
+    benchmark::RegisterBenchmark("ClrLabParamsToHub", WithConverter, CLRSPACE_LAB, CLRSPACE_BGR, CLRMETHOD_BUILTIN,
+                                 params)
         ->Unit(benchmark::kMillisecond);
+    static constexpr struct {
+        const char* name;
+        int32_t from;
+        int32_t to;
+    } kTables[] = {
+        {"ClrEmulateCmykToHub", CLRSPACE_CMYK, CLRSPACE_RGB},
+        {"ClrEmulateHubToLab", CLRSPACE_RGB, CLRSPACE_LAB},
+        {"ClrEmulateLabToHub", CLRSPACE_LAB, CLRSPACE_RGB},
+    };
+    for (const auto& table : kTables) {
+        benchmark::RegisterBenchmark(table.name, WithConverter, table.from, table.to, CLRMETHOD_EMULATION, ClrParams{})
+            ->Unit(benchmark::kMillisecond);
+    }
     return true;
 }();
 

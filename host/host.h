@@ -62,16 +62,8 @@ void HostCloseFile(HANDLE handle, int32_t line, const ZvChar* file) noexcept;
 // --- Bitmaps --------------------------------------------------------------------------------------------------------
 
 /// The host's bitmap handle. The library looks at the flags word only.
-struct HostBitmap {
-    uint32_t size;   ///< sizeof(HostBitmap)
-    uint32_t flags;  ///< bit 0: the pixels are allocated
-    int32_t width;   ///< pixels
-    int32_t height;  ///< rows, from the top
-    int32_t bitsPerPixel;
-    int32_t bytesPerRow;
-    uint8_t* pixels;  ///< owned when bit 0 of flags is set
-};
-inline constexpr uint32_t kHostBitmapAllocated = 1;
+using HostBitmap = ZvBitmap;
+inline constexpr uint32_t kHostBitmapAllocated = ZVBITMAP_ALLOCATED;
 
 /// A device-independent image's information header as the library builds it; the last 4 bytes are not written.
 #pragma pack(push, 1)

@@ -11,7 +11,7 @@
  * this interface. zverror.h gives names and meanings of codes.
  *
  * Threads: converters run in parallel, and one converter may run on several threads
- * at once. Zv_ClrFree must not overlap another use of
+ * at once. Zv_ClrFree and Zv_ClrSetConversionParams must not overlap another use of
  * the same converter, and no thread may be inside a call while the library is
  * unloaded or the process ends.
  */
@@ -102,7 +102,16 @@ enum ClrSpaceId {
  * packed pixels, so that destinationRowExtra is an alignment on this route (but for
  * CLRSPACE_YCCK): a row begins at the next multiple of it.
  *
- * In this version the emulation methods are accepted, convert nothing and return 1.
+ * On Windows CLRMETHOD_CUSTOM_ICC goes through the system's colour management (mscms.dll) when
+ * both spaces are among CLRSPACE_RGB, CLRSPACE_BGR, CLRSPACE_CMYK, CLRSPACE_LAB and
+ * CLRSPACE_XYZ; rows without padding are then aligned as the system likes: give padding, or
+ * widths whose rows are multiples of 4 bytes. Elsewhere the library's own engine serves these
+ * pairs too, but for CLRSPACE_XYZ.
+ *
+ * The emulation methods serve CLRSPACE_CMYK and CLRSPACE_LAB to a hub and a hub to CLRSPACE_LAB,
+ * whose a and b are signed there; a hub to CLRSPACE_CMYK takes the built-in kernel, which reads
+ * B, G, R on either hub. Any other pair of a hub converts nothing and returns 1. See
+ * docs/emulation.md.
  */
 enum ClrMethod {
     CLRMETHOD_BUILTIN = 1,           /**< fixed arithmetic of each pair of spaces */
@@ -113,15 +122,15 @@ enum ClrMethod {
     CLRMETHOD_AUTOMATIC = 32         /**< the library picks; both methods and activeMethod must hold exactly 32 */
 };
 
-/** What an update of a live converter takes over; read from ClrParams.methods there. */
+/** What Zv_ClrSetConversionParams takes over; read from ClrParams.methods there. */
 enum ClrParamMask {
-    CLRPARAM_ACTIVE_METHOD = 1,
-    CLRPARAM_PROFILES = 2,
-    CLRPARAM_WHITE_POINT = 4,
-    CLRPARAM_EMULATION_FILE = 8,
-    CLRPARAM_CMYK = 16,
-    CLRPARAM_YUV = 32,
-    CLRPARAM_LAB = 64
+    CLRPARAM_ACTIVE_METHOD = 1,  /**< activeMethod */
+    CLRPARAM_PROFILES = 2,       /**< inputProfileName and outputProfileName */
+    CLRPARAM_WHITE_POINT = 4,    /**< whitePoint */
+    CLRPARAM_EMULATION_FILE = 8, /**< emulationTableName */
+    CLRPARAM_CMYK = 16,          /**< cmykParams, by its mask */
+    CLRPARAM_YUV = 32,           /**< yuvParams, by its mask */
+    CLRPARAM_LAB = 64            /**< labParams, by its mask */
 };
 
 /* ------------------------------------------------------------------------- */
@@ -271,6 +280,47 @@ typedef struct ClrParams {
     uint32_t emulationMethod;                   /**< must be 8 when activeMethod is CLRMETHOD_EMULATION */
 } ClrParams;
 
+/**
+ * ClrParams with names in narrow characters: UTF-8, on Windows the active code page.
+ * Everything else is as there.
+ */
+typedef struct ClrParamsA {
+    uint32_t size;                            /**< not read */
+    uint32_t activeMethod;                    /**< as in ClrParams, like all that follows */
+    ClrWhitePoint* whitePoint;                /**< null for D50 */
+    char inputProfileName[CLR_NAME_LENGTH];   /**< path of the caller's input profile, or empty */
+    ClrProfileMemory* inputProfileMemory;     /**< input profile in memory; goes before the name */
+    char outputProfileName[CLR_NAME_LENGTH];  /**< path of the caller's output profile, or empty */
+    ClrProfileMemory* outputProfileMemory;    /**< output profile in memory; goes before the name */
+    char emulationTableName[CLR_NAME_LENGTH]; /**< path of the custom emulation table, or empty */
+    ClrCmykParams* cmykParams;                /**< null for the default black generation */
+    ClrYuvParams* yuvParams;                  /**< null for plain CLRSPACE_YUV pixels */
+    ClrLabParams* labParams;                  /**< null for the plain encoding of CLRSPACE_LAB */
+    uint32_t methods;                         /**< CLRMETHOD_ bits; in an update the CLRPARAM_ mask */
+    uint32_t emulationMethod;                 /**< must be 8 when activeMethod is CLRMETHOD_EMULATION */
+} ClrParamsA;
+
+/** Bit of ZvBitmap.flags: the bitmap owns its pixels. */
+#define ZVBITMAP_ALLOCATED 1u
+
+/**
+ * A bitmap of the small host layer that the library comes with, for Zv_ClrConvertToBitmap.
+ * Clear it before the first use. A toolkit that links its own host layer has a record of its own.
+ */
+typedef struct ZvBitmap {
+    uint32_t size;        /**< sizeof(ZvBitmap), written with the pixels */
+    uint32_t flags;       /**< ZVBITMAP_ALLOCATED */
+    int32_t width;        /**< pixels */
+    int32_t height;       /**< rows, the first at the top */
+    int32_t bitsPerPixel; /**< 24 */
+    int32_t bytesPerRow;  /**< width * 3: rows are packed */
+    /**
+     * B, G, R of each pixel. Released by the next conversion into this bitmap, or by the caller:
+     * with free(), on Windows with HeapFree(GetProcessHeap(), 0, pixels); then clear the record.
+     */
+    uint8_t* pixels;
+} ZvBitmap;
+
 /* ------------------------------------------------------------------------- */
 /* Functions                                                                  */
 /* ------------------------------------------------------------------------- */
@@ -317,8 +367,67 @@ typedef struct ClrParams {
  * size loses the copy of the record before it, some dozens of bytes.
  *
  * A converter of the caller's profile files keeps them open until it is released.
+ *
+ * On the pairs that the system's colour management serves (see ClrMethod) the profiles are given
+ * to it as well: ERR_PROFILE_UNUSABLE when it cannot open them or make its transform,
+ * ERR_BAD_POINTER for memory that cannot be read. Without an output profile it tries with the
+ * input profile alone. Where there is no such colour management, the library's own transform
+ * must exist, and so an output profile. A refusal for one of these reasons keeps what was built
+ * until the library is unloaded.
+ *
+ * CLRMETHOD_CUSTOM_EMULATION: emulationTableName must exist whatever the spaces are
+ * (ERR_FILE_NOT_FOUND) and is read for those that tables serve (ERR_FILE_READ). What the file
+ * lacks is black. Reading a table from CLRSPACE_CMYK or to CLRSPACE_LAB keeps a block of its
+ * size (250,563 or 108,300 bytes) for good, and the table itself is released with the
+ * converter only when CLRMETHOD_EMULATION is among its methods too.
  */
 ZVCLR_API int32_t Zv_ClrInit(ClrHandle** receiver, int32_t sourceSpace, int32_t destinationSpace, ClrParams* params);
+
+/** Zv_ClrInit with narrow names. ERR_BAD_POINTER if the record cannot be read; it is never written. */
+ZVCLR_API int32_t Zv_ClrInitA(ClrHandle** receiver, int32_t sourceSpace, int32_t destinationSpace,
+                              const ClrParamsA* params);
+
+/**
+ * Changes a live converter, within what its creation made possible.
+ *
+ * @param converter a live converter that no other thread uses during the call.
+ * @param params    methods names what to take over (CLRPARAM_ bits); only that is read, and
+ *                  activeMethod always: its bit CLRMETHOD_CUSTOM_ICC replaces the transform of the
+ *                  caller's profiles as below. size is not checked. Records are copied.
+ * @return 1, ERR_INVALID_PARAMETER (null; a record that the mask asks for is null),
+ *         ERR_BAD_POINTER, ERR_INVALID_HANDLE, ERR_METHOD_UNAVAILABLE (an active method of 1, 2, 4
+ *         or 8 that was not prepared; a record of a space that the converter does not have),
+ *         ERR_NO_MEMORY, or a code of the profiles. What was taken over before a failure stays.
+ *
+ * In this order:
+ * - CLRPARAM_ACTIVE_METHOD: CLRMETHOD_CUSTOM_EMULATION, and what is no method, are not tested.
+ * - CLRPARAM_CMYK, CLRPARAM_YUV, CLRPARAM_LAB: a converter without the record takes it whole,
+ *   whatever its mask says; one that has it takes what the mask names. CLRPARAM_YUV needs a
+ *   cmykParams too, which is not read. The positions of a YUV layout (mask 16) are written into the
+ *   table that the converter was made with: macroPixelSize bytes of them, not entries; the layout
+ *   cannot become planar or packed. CLRPARAM_LAB works on conversions from CLRSPACE_LAB; on a
+ *   converter made without labParams the first call ignores the values and takes 0, 100, 128,
+ *   170, 96, 200 relative to D50.
+ * - CLRPARAM_WHITE_POINT: with an ICC method active its transform is made again; with
+ *   CLRMETHOD_CUSTOM_EMULATION nothing is taken. For profiles in memory the caller's records of them
+ *   must be given again, since their sizes are read (of the output, and of the input when whiteCode
+ *   is 0).
+ * - activeMethod has CLRMETHOD_CUSTOM_ICC, on the pairs that the system's colour management serves:
+ *   the profiles of params replace those in use, whatever the mask says, and
+ *   CLRMETHOD_CUSTOM_ICC becomes the only method. What other methods had built is then not
+ *   released with the converter.
+ * - CLRPARAM_PROFILES: both names are taken (cut at 259 characters, not checked) and the
+ *   transform is made again; profiles in memory stay those that the converter has.
+ * - CLRPARAM_EMULATION_FILE: the table is read again for CLRSPACE_CMYK to a hub and CLRSPACE_RGB to
+ *   CLRSPACE_LAB; other pairs lose theirs. A file that cannot be read is no failure: the table is
+ *   black. Each call keeps a block of the table's size for good.
+ *
+ * A transform that cannot be made again leaves none.
+ */
+ZVCLR_API int32_t Zv_ClrSetConversionParams(ClrHandle* converter, const ClrParams* params);
+
+/** Zv_ClrSetConversionParams with narrow names; the record's names are read even if the mask asks for none. */
+ZVCLR_API int32_t Zv_ClrSetConversionParamsA(ClrHandle* converter, const ClrParamsA* params);
 
 /**
  * Releases a converter and all that it owns.
@@ -391,6 +500,33 @@ ZVCLR_API int32_t Zv_ClrConvertDirect(int32_t sourceSpace, int32_t destinationSp
                                       int32_t destinationRowExtra);
 
 /**
+ * Converts an image with a converter into a bitmap of the host.
+ *
+ * @param converter        a live converter to CLRSPACE_RGB or CLRSPACE_BGR. A bitmap's bytes are B, G, R: from a
+ *                         converter to CLRSPACE_RGB red and blue come out exchanged.
+ * @param bitmap           the host's bitmap record, a ZvBitmap unless the library is linked with another host
+ *                         layer. It is touched only after the conversion has succeeded; pixels that it owns are
+ *                         released then.
+ * @param bitmapRecordSize its size in bytes; one that is too small leaves the bitmap without pixels.
+ * @param destinationRowExtra padding of the rows on their way to the bitmap.
+ * The other arguments are those of Zv_ClrConvert; the padding of the last source row must be there.
+ * @return 1; ERR_INVALID_PARAMETER (source or bitmap null, size below 1), ERR_BAD_POINTER,
+ *         ERR_INVALID_HANDLE, ERR_COLORSPACE_UNSUPPORTED (another destination), ERR_NO_MEMORY, or the
+ *         result of Zv_ClrConvert.
+ */
+ZVCLR_API int32_t Zv_ClrConvertToBitmap(const ClrHandle* converter, const void* source, void* bitmap,
+                                        uint32_t bitmapRecordSize, int32_t width, int32_t height,
+                                        int32_t sourceRowExtra, int32_t destinationRowExtra);
+
+/**
+ * Zv_ClrConvertDirect into a bitmap of the host, as Zv_ClrConvertToBitmap; a destination other than
+ * CLRSPACE_RGB and CLRSPACE_BGR is ERR_INVALID_PARAMETER here.
+ */
+ZVCLR_API int32_t Zv_ClrConvertDirectToBitmap(int32_t sourceSpace, int32_t destinationSpace, const void* source,
+                                              void* bitmap, uint32_t bitmapRecordSize, int32_t width, int32_t height,
+                                              int32_t sourceRowExtra, int32_t destinationRowExtra);
+
+/**
  * Sets the module in which built-in profiles ("ICM") and emulation tables ("ET") are looked
  * up, the library itself by default. Process-wide and unguarded: call it before other threads
  * use the library.
@@ -460,6 +596,18 @@ ZVCLR_STATIC_ASSERT(offsetof(ClrParams, activeMethod) == 4 && offsetof(ClrParams
                         offsetof(ClrParams, yuvParams) == 1624 && offsetof(ClrParams, labParams) == 1632 &&
                         offsetof(ClrParams, methods) == 1640 && offsetof(ClrParams, emulationMethod) == 1644,
                     params_offsets);
+ZVCLR_STATIC_ASSERT(sizeof(ClrParamsA) == 856, params_a_size);
+ZVCLR_STATIC_ASSERT(offsetof(ClrParamsA, activeMethod) == 4 && offsetof(ClrParamsA, whitePoint) == 8 &&
+                        offsetof(ClrParamsA, inputProfileName) == 16 &&
+                        offsetof(ClrParamsA, inputProfileMemory) == 280 &&
+                        offsetof(ClrParamsA, outputProfileName) == 288 &&
+                        offsetof(ClrParamsA, outputProfileMemory) == 552 &&
+                        offsetof(ClrParamsA, emulationTableName) == 560 && offsetof(ClrParamsA, cmykParams) == 824 &&
+                        offsetof(ClrParamsA, yuvParams) == 832 && offsetof(ClrParamsA, labParams) == 840 &&
+                        offsetof(ClrParamsA, methods) == 848 && offsetof(ClrParamsA, emulationMethod) == 852,
+                    params_a_offsets);
+ZVCLR_STATIC_ASSERT(sizeof(ZvBitmap) == 32 && offsetof(ZvBitmap, flags) == 4 && offsetof(ZvBitmap, pixels) == 24,
+                    bitmap_layout);
 
 #undef ZVCLR_STATIC_ASSERT
 

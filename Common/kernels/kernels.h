@@ -84,6 +84,29 @@ int32_t ClrYuvParamsToHub(const uint8_t* source, uint8_t* destination, int32_t w
 int32_t ClrHubSwap(const uint8_t* source, uint8_t* destination, int32_t width, int32_t height, int32_t sourceRowExtra,
                    int32_t destinationRowExtra) noexcept;
 
+// Emulation tables. The results have no meaning: 0 for a converted image, negative when nothing was done for want of a
+// table or of a buffer that can be reached. The table must have its grid's bytes.
+int32_t ClrEmulateCmykToHub(const uint8_t* source, const EmulationTable* table, int32_t width, int32_t height,
+                            int32_t sourceRowExtra, int32_t destinationRowExtra, uint8_t* destination,
+                            int32_t rgbFirst) noexcept;
+int32_t ClrEmulateHubToLab(const uint8_t* source, const EmulationTable* table, int32_t width, int32_t height,
+                           int32_t sourceRowExtra, int32_t destinationRowExtra, uint8_t* destination,
+                           int32_t rgbFirst) noexcept;
+int32_t ClrEmulateLabToHub(const uint8_t* source, const EmulationTable* table, int32_t width, int32_t height,
+                           int32_t sourceRowExtra, int32_t destinationRowExtra, uint8_t* destination,
+                           int32_t rgbFirst) noexcept;
+
+/// Binds the table of a pair: the built-in one, or with `custom` not 0 that of the caller's file. A pair without a table
+/// binds nothing and is no failure. 1, a negative code, or the system's error number when the file cannot be read. Each
+/// custom load from CMYK or to Lab leaves one block of the table's size unreleased.
+int32_t ClrLoadEmulationTable(ClrHandle* converter, int32_t sourceId, int32_t destinationId, const ClrParams* params,
+                              int32_t custom) noexcept;
+/// Reads the pixels of a little-endian baseline TIFF of one strip into a new block, which holds the largest grid and is
+/// zero where the file has nothing. 1, or the system's error number; the pointer is set once memory was asked for.
+int32_t ClrReadEmulationFile(const ZvChar* name, EmulationTable** table) noexcept;
+/// A table of zeros, or null.
+EmulationTable* ClrAllocEmulationTable(int32_t bytes) noexcept;
+
 using ClrKernel = int32_t (*)(const uint8_t* source, uint8_t* destination, int32_t width, int32_t height,
                               int32_t sourceRowExtra, int32_t destinationRowExtra, int32_t rgbFirst) noexcept;
 

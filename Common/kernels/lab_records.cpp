@@ -17,6 +17,12 @@ const LabSetup kLabEncodeSetup = {
      0.0721689984202385, 0.01933399960398674, 0.11919300258159637, 0.9502270221710205},
 };
 
+const LabSetup kLabChangeSetup = {
+    {96.421, 99.997, 82.524},
+    {2.830880641937256, -1.0300474166870117, -0.5604600310325623, -1.5802161693572998, 2.7214279174804688,
+     0.026361215859651566, 0.2055138498544693, -0.5249314904212952, 1.7662780284881592},
+};
+
 namespace {
 
 /// The power in single precision, rounded from double: the C libraries' single powers differ in the last place.

@@ -49,6 +49,10 @@ struct LabSetup {
 };
 extern const LabSetup kLabDecodeSetup;
 extern const LabSetup kLabEncodeSetup;
+/// What a decoding record starts with that comes into being by a change of a live converter: white and colours of D50,
+/// and an encoding of its own.
+extern const LabSetup kLabChangeSetup;
+inline constexpr ClrLabParams kLabChangeEncoding = {32, 0, 0, 100, 128, 170, 96, 200};
 
 /// Gives a record its white, matrix and encoding, for the builders below.
 template <class Record>

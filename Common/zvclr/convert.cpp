@@ -6,22 +6,6 @@ namespace zv {
 
 namespace {
 
-struct SpacePair {
-    int32_t source;
-    int32_t destination;
-};
-
-/// The ids of what may be a converter. Memory that is no live converter's is read the careful way.
-bool ReadSpaces(const ClrHandle* converter, bool live, SpacePair* spaces) noexcept {
-    if (live) {
-        *spaces = {converter->sourceSpace, converter->destinationSpace};
-        return true;
-    }
-    static_assert(offsetof(ClrHandle, destinationSpace) == offsetof(ClrHandle, sourceSpace) + sizeof(int32_t));
-    const auto* fields = reinterpret_cast<const uint8_t*>(converter) + offsetof(ClrHandle, sourceSpace);
-    return ZvPeekMemory(spaces, fields, sizeof *spaces);
-}
-
 int32_t GcrLevelOf(const ClrHandle& converter) noexcept {
     return converter.cmykParams != nullptr ? converter.cmykParams->gcrLevel : kDefaultGcrLevel;
 }
@@ -81,6 +65,29 @@ int32_t BuiltinFromHub(const ClrHandle& converter, const ClrImage& i) noexcept {
     return pair->fromHub(i.source, i.destination, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra, rgbFirst);
 }
 
+/// The emulation methods. A pair without a table converts to nothing, and nobody hears what a kernel said.
+int32_t ConvertByTable(const ClrHandle& converter, const EmulationTable* table, const ClrImage& i) noexcept {
+    const int32_t from = converter.sourceSpace, to = converter.destinationSpace;
+    if (ClrIsHub(to)) {
+        const int32_t rgbFirst = to == CLRSPACE_RGB ? 1 : 0;
+        if (from == CLRSPACE_CMYK) {
+            ClrEmulateCmykToHub(i.source, table, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra,
+                                i.destination, rgbFirst);
+        } else if (from == CLRSPACE_LAB) {
+            ClrEmulateLabToHub(i.source, table, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra,
+                               i.destination, rgbFirst);
+        }
+    } else if (to == CLRSPACE_LAB) {
+        ClrEmulateHubToLab(i.source, table, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra, i.destination,
+                           from == CLRSPACE_RGB ? 1 : 0);
+    } else if (to == CLRSPACE_CMYK) {
+        // No table leads to the inks; the built-in kernel reads blue first on either hub.
+        ClrCmykFromHub(i.source, i.destination, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra,
+                       GcrLevelOf(converter), 0);
+    }
+    return CLR_SUCCESS;
+}
+
 int32_t ConvertByMethod(const ClrHandle& converter, const ClrImage& image) noexcept {
     switch (converter.activeMethod) {
         case CLRMETHOD_BUILTIN:
@@ -89,8 +96,9 @@ int32_t ConvertByMethod(const ClrHandle& converter, const ClrImage& image) noexc
         case CLRMETHOD_CUSTOM_ICC:
             return ConvertByProfile(converter, image);
         case CLRMETHOD_EMULATION:
+            return ConvertByTable(converter, converter.builtinEmulationTable, image);
         case CLRMETHOD_CUSTOM_EMULATION:
-            return CLR_SUCCESS;  // a pair without a table converts to nothing
+            return ConvertByTable(converter, converter.customEmulationTable, image);
         default:
             return ERR_METHOD_UNAVAILABLE;
     }
@@ -102,8 +110,8 @@ int32_t Convert(const ClrHandle* converter, const ClrImage& image) noexcept {
         return ERR_INVALID_PARAMETER;
     }
     if (IsBadReadPtr(converter, kConverterSize)) return ERR_BAD_POINTER;
-    const bool live = IsRegistered(converter) && converter->size == kConverterSize;
-    SpacePair spaces{};
+    const bool live = IsLive(converter);
+    ClrSpacePair spaces{};
     if (!ReadSpaces(converter, live, &spaces)) return ERR_BAD_POINTER;
     if (!CanRead(image.source, PaddedRowsButLast(spaces.source, image.width, image.height, image.sourceRowExtra)) ||
         !CanWrite(image.destination,

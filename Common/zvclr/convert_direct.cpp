@@ -4,13 +4,12 @@
 #include "Common/kernels/subsampled.h"
 #include "Common/memory.h"
 #include "Common/zvclr/frame.h"
+#include "Common/zvclr/records.h"
 #include "host/host.h"
 
 namespace zv {
 
 namespace {
-
-constexpr ZvChar kSource[] = ZV_WIDE("Common\\zvclr");
 
 /// The two-byte space asks for three bytes a pixel of its image and for half the hub image, on either hop.
 bool Rgb444HopAllowed(const ClrImage& image, uint8_t* hub) noexcept {
@@ -44,7 +43,7 @@ int32_t HopFromHub(int32_t space, const ClrImage& i, uint8_t* hub) noexcept {
 int32_t ConvertThroughHub(int32_t sourceSpace, int32_t destinationSpace, const ClrImage& image) noexcept {
     const int32_t extra = std::max(ClampExtra(image.sourceRowExtra), ClampExtra(image.destinationRowExtra));
     const int64_t bytes = (int64_t{image.width} * kHubBytes + extra) * image.height;
-    const HostBlock<uint8_t> hub(bytes, __LINE__, kSource);
+    const HostBlock<uint8_t> hub(bytes, __LINE__, kFrameSource);
     if (!hub) return ERR_NO_MEMORY;
     if (extra > 0 || sourceSpace == CLRSPACE_YCCK) HostFill(hub.Data(), 0, static_cast<size_t>(bytes));
 

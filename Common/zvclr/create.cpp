@@ -1,40 +1,18 @@
 #include "Common/Zvtrans/transform.h"
 #include "Common/kernels/kernels.h"
 #include "Common/zvclr/frame.h"
+#include "Common/zvclr/records.h"
 #include "host/host.h"
 
 namespace zv {
 
 namespace {
 
-constexpr ZvChar kSource[] = ZV_WIDE("Common\\zvclr");
-
 constexpr uint32_t kConvertingMethods =
     CLRMETHOD_BUILTIN | CLRMETHOD_ICC | CLRMETHOD_CUSTOM_ICC | CLRMETHOD_EMULATION | CLRMETHOD_CUSTOM_EMULATION;
 
-/// Not cleared.
-template <class T>
-T* AllocRecord(int32_t line = __builtin_LINE()) noexcept {
-    return static_cast<T*>(HostAlloc(sizeof(T), 1, line, kSource));
-}
-
-template <class T>
-void FreeRecord(T*& record, int32_t line = __builtin_LINE()) noexcept {
-    if (record == nullptr) return;
-    HostFree(record, line, kSource);
-    record = nullptr;
-}
-
-/// A copy of a caller's record, which may lie at any address; false if it cannot be read.
-template <class T>
-bool ReadRecord(const T* record, T* copy) noexcept {
-    if (IsBadReadPtr(record, sizeof(T))) return false;
-    HostCopy(copy, record, sizeof(T));
-    return true;
-}
-
 ClrHandle* AllocConverter() noexcept {
-    auto* converter = static_cast<ClrHandle*>(HostAllocZeroed(kConverterSize, 1, __LINE__, kSource));
+    auto* converter = static_cast<ClrHandle*>(HostAllocZeroed(kConverterSize, 1, __LINE__, kFrameSource));
     if (converter != nullptr) converter->size = kConverterSize;
     return converter;
 }
@@ -68,6 +46,7 @@ private:
     int32_t MakeWithParams() noexcept;
     int32_t CopyWhitePoint() noexcept;
     int32_t BuildTransforms() noexcept;
+    int32_t LoadEmulationTables() noexcept;
     int32_t CopyCmykParams() noexcept;
     int32_t CopyYuvParams() noexcept;
     int32_t BuildLabRecords() noexcept;
@@ -182,8 +161,8 @@ int32_t Creation::MakeWithParams() noexcept {
     converter_->route = RouteOf(sourceSpace_, destinationSpace_);
 
     // Each enabled method builds its own objects; the records that several methods share come after them.
-    for (const auto step : {&Creation::BuildTransforms, &Creation::CopyCmykParams, &Creation::CopyYuvParams,
-                            &Creation::BuildLabRecords, &Creation::BuildYcckTables}) {
+    for (const auto step : {&Creation::BuildTransforms, &Creation::LoadEmulationTables, &Creation::CopyCmykParams,
+                            &Creation::CopyYuvParams, &Creation::BuildLabRecords, &Creation::BuildYcckTables}) {
         if (const int32_t result = (this->*step)(); result != CLR_SUCCESS) return result;
     }
     converter_->sourceSpace = sourceSpace_;
@@ -192,7 +171,11 @@ int32_t Creation::MakeWithParams() noexcept {
         params_->methods = CLRMETHOD_AUTOMATIC;
         params_->activeMethod = CLRMETHOD_AUTOMATIC;
     }
-    return CLR_SUCCESS;
+    if ((params_->methods & CLRMETHOD_CUSTOM_ICC) == 0 || !ClrSystemServes(sourceSpace_, destinationSpace_)) {
+        return CLR_SUCCESS;
+    }
+    // A refusal here leaves the converter on the list.
+    return ClrBuildSystemTransform(converter_, params_);
 }
 
 int32_t Creation::CopyWhitePoint() noexcept {
@@ -220,6 +203,20 @@ int32_t Creation::BuildTransforms() noexcept {
     if ((params_->methods & CLRMETHOD_CUSTOM_ICC) != 0 && outputGiven) {
         const int32_t result = ClrBuildCustomTransform(converter_, sourceSpace_, destinationSpace_, params_);
         if (result != CLR_SUCCESS) return UnwindB(result);
+    }
+    return CLR_SUCCESS;
+}
+
+/// An unwinding leaves the tables where they are.
+int32_t Creation::LoadEmulationTables() noexcept {
+    if ((params_->methods & CLRMETHOD_EMULATION) != 0) {
+        const int32_t result = ClrLoadEmulationTable(converter_, sourceSpace_, destinationSpace_, params_, 0);
+        if (result != CLR_SUCCESS) return UnwindB(result);
+    }
+    if ((params_->methods & CLRMETHOD_CUSTOM_EMULATION) != 0) {
+        const int32_t result = ClrLoadEmulationTable(converter_, sourceSpace_, destinationSpace_, params_, 1);
+        // What the system said of the file has no meaning for the caller.
+        if (result != CLR_SUCCESS) return UnwindB(result < 0 ? result : int32_t{ERR_FILE_READ});
     }
     return CLR_SUCCESS;
 }

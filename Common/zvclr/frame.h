@@ -13,7 +13,6 @@ namespace zv {
 /// ERR_COLORSPACE_UNSUPPORTED for what is no space.
 int32_t ClrBitsPerPixel(int32_t space) noexcept;
 bool ClrIsSpace(int32_t space) noexcept;
-constexpr bool ClrIsHub(int32_t space) noexcept { return space == CLRSPACE_RGB || space == CLRSPACE_BGR; }
 /// Bytes of a packed row. Of the bits per pixel only the low 16 bits count: what is no space has rows too, very wide
 /// ones. No size when the 32-bit product wraps.
 RegionSize ClrRowBytes(int32_t space, int32_t width) noexcept;
@@ -39,9 +38,19 @@ bool RegisterConverter(ClrHandle* converter) noexcept;
 bool IsRegistered(const ClrHandle* converter) noexcept;
 /// Takes the converter's node off; false if there was none.
 bool UnregisterConverter(const ClrHandle* converter) noexcept;
+/// Whether a record that can be read is on the list and whole.
+bool IsLive(const ClrHandle* converter) noexcept;
 /// The oldest live converter, or null.
 ClrHandle* FirstRegistered() noexcept;
 int32_t RegisteredCount() noexcept;
+
+struct ClrSpacePair {
+    int32_t source;
+    int32_t destination;
+};
+/// The ids of what may be a converter. Memory that is no live converter's is read the careful way, and false says that
+/// it could not be.
+bool ReadSpaces(const ClrHandle* converter, bool live, ClrSpacePair* spaces) noexcept;
 
 // --- Release --------------------------------------------------------------------------------------------------------
 
@@ -78,8 +87,27 @@ int32_t ClrBuildIccTransform(ClrHandle* converter, int32_t sourceSpace, int32_t 
                              const ClrParams* params) noexcept;
 int32_t ClrBuildCustomTransform(ClrHandle* converter, int32_t sourceSpace, int32_t destinationSpace,
                                 const ClrParams* params) noexcept;
+/// Both make a transform again from what the converter holds: its formats, white, names and profiles. The old one goes
+/// first, and a refusal leaves none. Sizes of profiles in memory are given, and are no more than the copies have.
+int32_t ClrRebuildIccTransform(ClrHandle* converter) noexcept;
+int32_t ClrRebuildCustomTransform(ClrHandle* converter, uint32_t inputSize, uint32_t outputSize) noexcept;
 /// Releases a copied profile and its record; null does nothing.
 void FreeProfileMemory(ClrProfileMemory*& memory) noexcept;
+
+// --- The platform's colour management -------------------------------------------------------------------------------
+
+/// Whether the platform can convert between these spaces.
+bool ClrSystemServes(int32_t sourceSpace, int32_t destinationSpace) noexcept;
+/// Whether it does with the converter's active method: it may have no colour management at all.
+bool ClrSystemConverts(const ClrHandle& converter) noexcept;
+/// Makes the platform's transform of the caller's profiles, for a pair that it serves. Where the platform has no colour
+/// management, the converter's own transform of them must be there.
+int32_t ClrBuildSystemTransform(ClrHandle* converter, const ClrParams* params) noexcept;
+/// The same for a converter that may have one. CLRMETHOD_CUSTOM_ICC is then its only method.
+int32_t ClrRebuildSystemTransform(ClrHandle* converter, const ClrParams* params) noexcept;
+void ClrFreeSystemTransform(ClrHandle* converter) noexcept;
+/// 1, ERR_COLORSPACE_MISMATCH, or 0 for any other failure of the platform.
+int32_t ConvertBySystem(const ClrHandle& converter, const ClrImage& image) noexcept;
 
 /// The ICC methods.
 int32_t ConvertByProfile(const ClrHandle& converter, const ClrImage& image) noexcept;

@@ -3,13 +3,12 @@
 #include "Common/kernels/kernels.h"
 #include "Common/memory.h"
 #include "Common/zvclr/frame.h"
+#include "Common/zvclr/records.h"
 #include "host/host.h"
 
 namespace zv {
 
 namespace {
-
-constexpr ZvChar kSource[] = ZV_WIDE("Common\\zvclr");
 
 int32_t PixelBytes(int32_t space) noexcept { return space == CLRSPACE_CMYK ? 4 : 3; }
 
@@ -29,7 +28,7 @@ int32_t Repack(const ClrHandle& converter, const ClrImage& i, CmmTransform* tran
 
     const int64_t pixels = int64_t{i.width} * i.height;
     const int32_t inBytes = PixelBytes(converter.sourceSpace);
-    const HostBlock<uint8_t> packed(pixels * inBytes, __LINE__, kSource);
+    const HostBlock<uint8_t> packed(pixels * inBytes, __LINE__, kFrameSource);
     if (!packed) return ERR_NO_MEMORY;
     ClrPackRows(i.source, packed.Data(), i.height, i.width, inBytes, i.sourceRowExtra);
     const int32_t result = Run(transform, packed.Data(), i.destination, pixels);
@@ -73,6 +72,7 @@ int32_t ConvertByProfile(const ClrHandle& converter, const ClrImage& i) noexcept
         return ClrYcckFromHub(&converter, i.source, i.destination, i.width, i.height, i.sourceRowExtra,
                               i.destinationRowExtra);
     }
+    if (ClrSystemConverts(converter)) return ConvertBySystem(converter, i);
     return Repack(converter, i,
                   converter.activeMethod == CLRMETHOD_ICC ? converter.iccTransform : converter.customTransform);
 }

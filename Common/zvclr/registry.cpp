@@ -2,14 +2,13 @@
 
 #include "Common/process_lock.h"
 #include "Common/zvclr/frame.h"
+#include "Common/zvclr/records.h"
 #include "host/entry.h"
 #include "host/host.h"
 
 namespace zv {
 
 namespace {
-
-constexpr ZvChar kSource[] = ZV_WIDE("Common\\zvclr");
 
 // Constant-initialised, so that a converter can be made before any constructor of the library has run.
 constinit ClrEngineNode* head = nullptr;
@@ -28,7 +27,7 @@ ClrEngineNode*& BucketOf(const ClrHandle* converter) noexcept {
 }  // namespace
 
 bool RegisterConverter(ClrHandle* converter) noexcept {
-    auto* node = static_cast<ClrEngineNode*>(HostAlloc(sizeof(ClrEngineNode), 1, __LINE__, kSource));
+    auto* node = static_cast<ClrEngineNode*>(HostAlloc(sizeof(ClrEngineNode), 1, __LINE__, kFrameSource));
     if (node == nullptr) return false;
     ZvEntryPresent();  // live converters need the detach that releases them
     const ProcessGuard guard;
@@ -49,6 +48,20 @@ bool IsRegistered(const ClrHandle* converter) noexcept {
     return false;
 }
 
+bool IsLive(const ClrHandle* converter) noexcept {
+    return IsRegistered(converter) && converter->size == kConverterSize;
+}
+
+bool ReadSpaces(const ClrHandle* converter, bool live, ClrSpacePair* spaces) noexcept {
+    if (live) {
+        *spaces = {converter->sourceSpace, converter->destinationSpace};
+        return true;
+    }
+    static_assert(offsetof(ClrHandle, destinationSpace) == offsetof(ClrHandle, sourceSpace) + sizeof(int32_t));
+    const auto* fields = reinterpret_cast<const uint8_t*>(converter) + offsetof(ClrHandle, sourceSpace);
+    return ZvPeekMemory(spaces, fields, sizeof *spaces);
+}
+
 bool UnregisterConverter(const ClrHandle* converter) noexcept {
     ClrEngineNode* node = nullptr;
     {
@@ -62,7 +75,7 @@ bool UnregisterConverter(const ClrHandle* converter) noexcept {
         (node->next == nullptr ? tail : node->next->previous) = node->previous;
         --count;
     }
-    HostFree(node, __LINE__, kSource);
+    HostFree(node, __LINE__, kFrameSource);
     return true;
 }
 

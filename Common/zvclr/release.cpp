@@ -1,16 +1,15 @@
 #include "Common/Zvtrans/transform.h"
 #include "Common/kernels/kernels.h"
 #include "Common/zvclr/frame.h"
+#include "Common/zvclr/records.h"
 #include "host/host.h"
 
 namespace zv {
 
 namespace {
 
-constexpr ZvChar kSource[] = ZV_WIDE("Common\\zvclr");
-
 void FreeIfSet(void* block) noexcept {
-    if (block != nullptr) HostFree(block, __LINE__, kSource);
+    if (block != nullptr) HostFree(block, __LINE__, kFrameSource);
 }
 
 }  // namespace
@@ -25,10 +24,17 @@ bool ReleaseConverter(ClrHandle* converter) noexcept {
     FreeIfSet(converter->whitePoint);
     // What a method left behind that is no longer among the converter's stays.
     if ((converter->methods & CLRMETHOD_ICC) != 0) CmmFreeTransform(converter->iccTransform);
-    if ((converter->methods & CLRMETHOD_CUSTOM_ICC) != 0) CmmFreeTransform(converter->customTransform);
+    if ((converter->methods & CLRMETHOD_CUSTOM_ICC) != 0) {
+        CmmFreeTransform(converter->customTransform);
+        ClrFreeSystemTransform(converter);
+    }
+    // The built-in table decides: without one the caller's table stays.
+    if ((converter->methods & CLRMETHOD_CUSTOM_EMULATION) != 0 && converter->builtinEmulationTable != nullptr) {
+        FreeIfSet(converter->customEmulationTable);
+    }
     FreeProfileMemory(converter->inputProfileMemory);
     FreeProfileMemory(converter->outputProfileMemory);
-    HostFree(converter, __LINE__, kSource);
+    HostFree(converter, __LINE__, kFrameSource);
     return true;
 }
 

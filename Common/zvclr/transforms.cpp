@@ -1,21 +1,22 @@
 // The transforms of a converter: one of the built-in profiles, one of the caller's.
 #include "Common/Zvtrans/transform.h"
 #include "Common/lookup.h"
+#include "Common/names.h"
 #include "Common/zvclr/frame.h"
+#include "Common/zvclr/records.h"
 #include "host/host.h"
 
 namespace zv {
 
 namespace {
 
-constexpr ZvChar kSource[] = ZV_WIDE("Common\\zvclr");
-
 constexpr CmmSources kBuiltinProfiles = {};
 
-/// With the converter's white: a code, or chromaticities where the code is 0.
+/// With the converter's white: a code, or chromaticities where the code is 0; D50 without a record.
 CmmTransform* CreateTransform(const ClrHandle& converter, uint32_t inputFormat, uint32_t outputFormat,
                               const CmmSources& sources, int32_t* status) noexcept {
-    const ClrWhitePoint& white = *converter.whitePoint;
+    const ClrWhitePoint white =
+        converter.whitePoint != nullptr ? *converter.whitePoint : ClrWhitePoint{kDefaultWhiteCode, 0.0, 0.0};
     *status = CLR_SUCCESS;
     if (white.whiteCode != 0) {
         return CmmCreateTransformByWhiteCode(inputFormat, outputFormat, static_cast<int32_t>(white.whiteCode), sources,
@@ -34,21 +35,13 @@ int32_t StoreIccTransform(ClrHandle* converter, uint32_t inputFormat, uint32_t o
     return status;
 }
 
+/// The fields hold other things where no transform can serve.
+bool HasFormatWords(const ClrHandle& converter) noexcept {
+    return CmmFindFormat(converter.sourceFormat) != nullptr && CmmFindFormat(converter.destinationFormat) != nullptr;
+}
+
 bool IsPrintOrLab(int32_t space) noexcept {
     return space == CLRSPACE_CMYK || space == CLRSPACE_CMY || space == CLRSPACE_LAB;
-}
-
-/// Length of a name of the caller's record, which need not end.
-int32_t NameLength(const ZvChar* name) noexcept {
-    int32_t length = 0;
-    while (length < CLR_NAME_LENGTH && name[length] != 0) ++length;
-    return length;
-}
-
-bool FitsConverter(const ZvChar* name) noexcept { return NameLength(name) < kConverterNameLength; }
-
-void CopyName(ZvChar* to, const ZvChar* name) noexcept {
-    HostCopy(to, name, (static_cast<size_t>(NameLength(name)) + 1) * sizeof(ZvChar));
 }
 
 /// The converter's own copy of a caller's profile.
@@ -57,11 +50,11 @@ int32_t CopyProfileMemory(const ClrProfileMemory* given, ClrProfileMemory** rece
     if (IsBadReadPtr(given, sizeof memory)) return ERR_INVALID_PARAMETER;
     HostCopy(&memory, given, sizeof memory);
     if (memory.dataSize == 0 || IsBadReadPtr(memory.data, memory.dataSize)) return ERR_INVALID_PARAMETER;
-    auto* copy = static_cast<ClrProfileMemory*>(HostAlloc(sizeof memory, 1, __LINE__, kSource));
+    auto* copy = static_cast<ClrProfileMemory*>(HostAlloc(sizeof memory, 1, __LINE__, kFrameSource));
     if (copy == nullptr) return ERR_NO_MEMORY;
-    void* data = HostAlloc(1, static_cast<int64_t>(memory.dataSize), __LINE__, kSource);
+    void* data = HostAlloc(1, static_cast<int64_t>(memory.dataSize), __LINE__, kFrameSource);
     if (data == nullptr) {
-        HostFree(copy, __LINE__, kSource);
+        HostFree(copy, __LINE__, kFrameSource);
         return ERR_NO_MEMORY;
     }
     HostCopy(data, memory.data, memory.dataSize);
@@ -90,8 +83,9 @@ int32_t TakeInput(ClrHandle* converter, const CallersSource& given, CmmSources& 
     if (given.memory != nullptr) {
         return TakeMemory(given, converter->inputProfileMemory, sources.inputBlock, sources.inputBlockSize);
     }
-    if (!FitsConverter(given.name) || ClrFileExists(given.name) == 0) return ERR_FILE_NOT_FOUND;
-    CopyName(converter->inputProfileName, given.name);
+    if (!ClrNameFits(given.name) || ClrFileExists(given.name) == 0) return ERR_FILE_NOT_FOUND;
+    FreeProfileMemory(converter->inputProfileMemory);  // of an earlier choice
+    ClrCopyName(converter->inputProfileName, given.name);
     sources.inputFile = given.name;
     return CLR_SUCCESS;
 }
@@ -101,10 +95,12 @@ int32_t TakeOutput(ClrHandle* converter, const CallersSource& given, CmmSources&
     if (given.memory != nullptr) {
         return TakeMemory(given, converter->outputProfileMemory, sources.outputBlock, sources.outputBlockSize);
     }
-    const bool ends = NameLength(given.name) < CLR_NAME_LENGTH;
-    if (ends && ClrFileExists(given.name) == 0) return CLR_SUCCESS;
-    if (!FitsConverter(given.name)) return ERR_FILE_NOT_FOUND;
-    CopyName(converter->outputProfileName, given.name);
+    const bool missing = ClrNameEnds(given.name) && ClrFileExists(given.name) == 0;
+    if (!missing && !ClrNameFits(given.name)) return ERR_FILE_NOT_FOUND;
+    FreeProfileMemory(converter->outputProfileMemory);
+    converter->outputProfileName[0] = 0;
+    if (missing) return CLR_SUCCESS;
+    ClrCopyName(converter->outputProfileName, given.name);
     sources.outputFile = given.name;
     return CLR_SUCCESS;
 }
@@ -176,10 +172,34 @@ int32_t ClrBuildCustomTransform(ClrHandle* converter, int32_t sourceSpace, int32
     return status;
 }
 
+int32_t ClrRebuildIccTransform(ClrHandle* converter) noexcept {
+    if (!HasFormatWords(*converter)) return CLR_SUCCESS;
+    return StoreIccTransform(converter, converter->sourceFormat, converter->destinationFormat);
+}
+
+int32_t ClrRebuildCustomTransform(ClrHandle* converter, uint32_t inputSize, uint32_t outputSize) noexcept {
+    CmmFreeTransform(converter->customTransform);
+    converter->customTransform = nullptr;
+    if (!HasFormatWords(*converter)) return CLR_SUCCESS;
+    const auto fileOf = [](const ZvChar* name) { return name[0] != 0 ? name : nullptr; };
+    const auto blockOf = [](const ClrProfileMemory* memory) { return memory != nullptr ? memory->data : nullptr; };
+    const CmmSources sources = {1,
+                                fileOf(converter->inputProfileName),
+                                fileOf(converter->outputProfileName),
+                                blockOf(converter->inputProfileMemory),
+                                blockOf(converter->outputProfileMemory),
+                                inputSize,
+                                outputSize};
+    int32_t status = CLR_SUCCESS;
+    converter->customTransform =
+        CreateTransform(*converter, converter->sourceFormat, converter->destinationFormat, sources, &status);
+    return status;
+}
+
 void FreeProfileMemory(ClrProfileMemory*& memory) noexcept {
     if (memory == nullptr) return;
-    if (memory->data != nullptr) HostFree(memory->data, __LINE__, kSource);
-    HostFree(memory, __LINE__, kSource);
+    if (memory->data != nullptr) HostFree(memory->data, __LINE__, kFrameSource);
+    HostFree(memory, __LINE__, kFrameSource);
     memory = nullptr;
 }
 

@@ -7,7 +7,7 @@ constexpr ZvChar kSource[] = ZV_WIDE("host\\bitmaps");
 }  // namespace
 
 void HostFreeBitmap(HostBitmap* bitmap) noexcept {
-    HostFree(bitmap->pixels, __LINE__, kSource);
+    HostFreeShared(bitmap->pixels, __LINE__, kSource);
     bitmap->pixels = nullptr;
     bitmap->flags &= ~kHostBitmapAllocated;
 }
@@ -20,7 +20,7 @@ void HostDibToBitmap(HostBitmap* bitmap, uint32_t bitmapRecordSize, const HostDi
     const int64_t padding = header->imageSize / (rows * 3) - header->width;
     if (padding < 0 || rowBytes > INT32_MAX) return;
 
-    auto* pixels = static_cast<uint8_t*>(HostAlloc(rowBytes, rows, __LINE__, kSource));
+    auto* pixels = static_cast<uint8_t*>(HostAllocShared(rowBytes, rows, __LINE__, kSource));
     if (pixels == nullptr) return;
     const bool fromTop = header->height < 0;
     for (int64_t row = 0; row < rows; ++row) {

@@ -31,14 +31,3 @@ void* HostRealloc(void* block, int64_t size, int32_t, const ZvChar*) noexcept {
     size_t bytes = 0;
     return BlockBytes(size, 1, &bytes) ? std::realloc(block, bytes) : nullptr;
 }
-
-// Profile images come from the C library's allocator, so that a caller may hand them back through any module.
-void* HostAllocShared(int64_t size, int64_t count, int32_t line, const ZvChar* file) noexcept {
-    return HostAlloc(size, count, line, file);
-}
-
-void* HostReallocShared(void* block, int64_t size, int32_t line, const ZvChar* file) noexcept {
-    return HostRealloc(block, size, line, file);
-}
-
-void HostFreeShared(void* block, int32_t line, const ZvChar* file) noexcept { HostFree(block, line, file); }

@@ -1,6 +1,7 @@
 // Bitmaps from device-independent images.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -72,6 +73,34 @@ TEST(HostBitmaps, FreeTakesThePixelsAndTheFlag) {
     EXPECT_EQ(nullptr, bitmap.pixels);
     HostFreeBitmap(&bitmap);
     EXPECT_EQ(nullptr, bitmap.pixels);
+}
+
+TEST(HostBitmaps, CallersReleaseThePixelsAsTheHeaderSays) {
+    for (int round = 0; round < 100; ++round) {
+        HostBitmap bitmap{};
+        const HostDibHeader header = MakeHeader(100, -100, 0);
+        const std::vector<uint8_t> bits = MakeRows(100, 100, 0);
+        HostDibToBitmap(&bitmap, sizeof bitmap, &header, bits.data());
+        ASSERT_NE(nullptr, bitmap.pixels);
+#ifdef _WIN32
+        EXPECT_NE(0, HeapFree(GetProcessHeap(), 0, bitmap.pixels));
+#else
+        std::free(bitmap.pixels);
+#endif
+    }
+}
+
+/// As the library fills the header: the padding counts three times over in the image size and once in the buffer.
+TEST(HostBitmaps, PaddingIsReckonedFromTheImageSize) {
+    HostBitmap bitmap{};
+    HostDibHeader header = MakeHeader(10, -5, 2);
+    header.headerSize = 44;
+    ASSERT_EQ(180U, header.imageSize);
+    const std::vector<uint8_t> bits = MakeRows(10, 5, 2);
+    ASSERT_EQ(160U, bits.size());
+    HostDibToBitmap(&bitmap, sizeof bitmap, &header, bits.data());
+    ExpectRows(bitmap, 10, 5, true);
+    HostFreeBitmap(&bitmap);
 }
 
 TEST(HostBitmaps, HeadersThatCannotBeAreLeftAlone) {

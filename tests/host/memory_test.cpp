@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <ostream>
 #include <string>
@@ -121,6 +122,28 @@ TEST(HostZeroed, BlocksAreZeroAlsoWhenMemoryIsUsedAgain) {
         for (size_t i = 0; i < size_t{40} * 43; ++i) ASSERT_EQ(0, block[i]);
         HostFill(block, 0xFF, size_t{40} * 43);
         HostFree(block, __LINE__, nullptr);
+    }
+}
+
+/// A caller takes them over, and may hand its own back: both sides use the system's allocator.
+TEST(HostShared, BlocksPassBetweenTheHostAndTheCaller) {
+    for (int round = 0; round < 100; ++round) {
+        void* given = HostAllocShared(100, 7, __LINE__, nullptr);
+        ASSERT_NE(nullptr, given);
+        std::memset(given, 0x11, 700);
+#ifdef _WIN32
+        EXPECT_NE(0, HeapFree(GetProcessHeap(), 0, given));
+        void* back = HeapAlloc(GetProcessHeap(), 0, 40);
+#else
+        std::free(given);
+        void* back = std::malloc(40);
+#endif
+        ASSERT_NE(nullptr, back);
+        std::memset(back, 0x22, 40);
+        back = HostReallocShared(back, 80, __LINE__, nullptr);
+        ASSERT_NE(nullptr, back);
+        EXPECT_EQ(0x22, static_cast<uint8_t*>(back)[39]);
+        HostFreeShared(back, __LINE__, nullptr);
     }
 }
 

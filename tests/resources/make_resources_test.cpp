@@ -1,4 +1,4 @@
-// The committed profiles are what the tool makes.
+// The committed profiles and emulation tables are what the tool makes.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -41,12 +41,13 @@ int RunTool(const std::string& arguments) {
     return std::system(line.c_str());
 }
 
-TEST(MakeResources, MakesTheCommittedProfilesByteForByte) {
+TEST(MakeResources, MakesTheCommittedBlocksByteForByte) {
     const OutputFolder folder;
     ASSERT_FALSE(folder.path().empty());
     ASSERT_EQ(RunTool(folder.path().string()), 0);
-    for (const char* name : {"105.icm", "106.icm", "107.icm", "110.icm"}) {
-        const std::string committed = Contents(fs::path(ZVCLR_PROFILE_FOLDER) / name);
+    for (const char* name :
+         {"icm/105.icm", "icm/106.icm", "icm/107.icm", "icm/110.icm", "et/111.et", "et/112.et", "et/113.et"}) {
+        const std::string committed = Contents(fs::path(ZVCLR_RESOURCE_FOLDER) / name);
         EXPECT_GT(committed.size(), 3000U);
         // Not by EXPECT_EQ: a difference would print both.
         EXPECT_TRUE(Contents(folder.path() / name) == committed) << name;

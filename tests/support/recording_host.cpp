@@ -8,7 +8,9 @@
 #include <mutex>
 #include <unordered_map>
 
+#include "host/ansi.h"
 #include "host/entry.h"
+#include "tests/support/recording_colours.h"
 
 namespace zv::test {
 
@@ -20,6 +22,7 @@ struct State {
     std::mutex lock;
     std::unordered_map<void*, LiveBlock> live;
     std::vector<HostCall> calls;
+    std::vector<BitmapCall> bitmapCalls;
     int64_t allocations = 0;
     int64_t failAllocation = 0;
     size_t failAbove = 0;
@@ -113,6 +116,9 @@ bool FileAccessFails(const char* operation, size_t size) {
     return ++host.fileAccesses == host.failFileAccess;
 }
 
+/// Unit tests behave alike on every system: none has a colour management unless a test brings one.
+const bool kNoPlatformColours = (RecordingColours::UseNone(), true);
+
 HANDLE HandleOf(HostFile file) { return reinterpret_cast<HANDLE>(file); }
 
 }  // namespace
@@ -126,6 +132,7 @@ void RecordingHost::Reset() {
     State& host = Host();
     const std::lock_guard guard(host.lock);
     host.calls.clear();
+    host.bitmapCalls.clear();
     host.allocations = 0;
     host.failAllocation = 0;
     host.failAbove = 0;
@@ -195,6 +202,12 @@ std::vector<HostCall> RecordingHost::Calls() const {
     State& host = Host();
     const std::lock_guard guard(host.lock);
     return host.calls;
+}
+
+std::vector<BitmapCall> RecordingHost::BitmapCalls() const {
+    State& host = Host();
+    const std::lock_guard guard(host.lock);
+    return host.bitmapCalls;
 }
 
 void RecordingHost::FreeAllBut(const std::vector<LiveBlock>& before) {
@@ -289,5 +302,67 @@ HANDLE HostCreateFile(const ZvChar* name, DWORD access, DWORD share, void* secur
                        templateFile);
 }
 void HostCloseFile(HANDLE handle, int32_t, const ZvChar*) noexcept { CloseHandle(handle); }
+
+void HostFreeBitmap(HostBitmap* bitmap) noexcept {
+    {
+        State& host = Host();
+        const std::lock_guard guard(host.lock);
+        Record(host, "HostFreeBitmap", 0, 0, nullptr);
+        host.bitmapCalls.push_back({"HostFreeBitmap", bitmap, *bitmap, 0, {}, {}});
+    }
+    HostFreeShared(bitmap->pixels, __LINE__, nullptr);
+    bitmap->pixels = nullptr;
+    bitmap->flags &= ~kHostBitmapAllocated;
+}
+
+void HostDibToBitmap(HostBitmap* bitmap, uint32_t bitmapRecordSize, const HostDibHeader* header,
+                     const uint8_t* bits) noexcept {
+    {
+        State& host = Host();
+        const std::lock_guard guard(host.lock);
+        Record(host, "HostDibToBitmap", bitmapRecordSize, 0, nullptr);
+        BitmapCall call{"HostDibToBitmap", bitmap, *bitmap, bitmapRecordSize, *header, {}};
+        const auto block = host.live.find(const_cast<uint8_t*>(bits));
+        if (block == host.live.end()) {
+            ADD_FAILURE() << "bits that are no block of the host";
+            return;
+        }
+        call.bits.assign(bits, bits + block->second.size);
+        host.bitmapCalls.push_back(std::move(call));
+    }
+    // The rows as they came, with what stands between them: tests look at these.
+    const size_t size = RecordingHost::Get().BitmapCalls().back().bits.size();
+    auto* pixels = static_cast<uint8_t*>(HostAllocShared(1, static_cast<int64_t>(size), __LINE__, nullptr));
+    if (pixels == nullptr) return;
+    std::memcpy(pixels, bits, size);
+    *bitmap = {sizeof *bitmap,
+               bitmap->flags | kHostBitmapAllocated,
+               header->width,
+               -header->height,
+               header->bitCount,
+               header->width * 3,
+               pixels};
+}
+
+Zv_A2W::~Zv_A2W() { HostFree(value_, __LINE__, nullptr); }
+
+int32_t Zv_A2W::Convert(const char* source) noexcept {
+    HostFree(value_, __LINE__, nullptr);
+    const auto room = static_cast<int64_t>(std::strlen(source)) + 1;
+    value_ = static_cast<ZvChar*>(HostAlloc(sizeof(ZvChar), room, __LINE__, nullptr));
+    return value_ != nullptr ? Convert(source, value_, static_cast<size_t>(room)) : int32_t{ERR_FAILURE};
+}
+
+int32_t Zv_A2W::Convert(const char* source, ZvChar* destination, size_t count) noexcept {
+    if (ZvWideFromAnsi(source, destination, count)) return CLR_SUCCESS;
+    destination[0] = 0;
+    return ERR_FAILURE;
+}
+
+int32_t Zv_W2A::Convert(const ZvChar* source, char* destination, size_t count) noexcept {
+    if (ZvAnsiFromWide(source, destination, count)) return CLR_SUCCESS;
+    destination[0] = 0;
+    return ERR_FAILURE;
+}
 
 void ZvEntryPresent() noexcept {}

@@ -27,6 +27,16 @@ struct HostCall {
     std::u16string file;
 };
 
+/// One call of a bitmap operation, in order.
+struct BitmapCall {
+    std::string operation;
+    HostBitmap* bitmap;
+    HostBitmap before;          ///< the bitmap as the call found it
+    uint32_t recordSize;        ///< HostDibToBitmap and what follows
+    HostDibHeader header;       ///< as it was given, byte for byte
+    std::vector<uint8_t> bits;  ///< the whole block that they lie in
+};
+
 /// The state behind the host operations of the test programs. Any thread may use it.
 class RecordingHost {
 public:
@@ -51,6 +61,7 @@ public:
     size_t LiveCount() const;
     std::vector<LiveBlock> LiveBlocks() const;
     std::vector<HostCall> Calls() const;
+    std::vector<BitmapCall> BitmapCalls() const;
     /// Frees what the library left behind on purpose, so that leak checkers see only the rest. Takes blocks that were
     /// not live when `before` was taken.
     void FreeAllBut(const std::vector<LiveBlock>& before);

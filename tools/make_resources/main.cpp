@@ -1,9 +1,10 @@
-// Makes the data blocks that the library carries.
+// Makes the data blocks that the library carries, in folders as in resources/.
 #include <cstdio>
 #include <exception>
 #include <filesystem>
 #include <fstream>
 
+#include "emulation_tables.h"
 #include "profiles.h"
 
 namespace {
@@ -14,10 +15,10 @@ struct Product {
 };
 
 constexpr Product kProducts[] = {
-    {"105.icm", zvmake::MakeRgbProfile},
-    {"106.icm", zvmake::MakeLabProfile},
-    {"107.icm", zvmake::MakePressProfile},
-    {"110.icm", zvmake::MakeCmyProfile},
+    {"icm/105.icm", zvmake::MakeRgbProfile},   {"icm/106.icm", zvmake::MakeLabProfile},
+    {"icm/107.icm", zvmake::MakePressProfile}, {"icm/110.icm", zvmake::MakeCmyProfile},
+    {"et/111.et", zvmake::MakeCmykToRgbTable}, {"et/112.et", zvmake::MakeLabToRgbTable},
+    {"et/113.et", zvmake::MakeRgbToLabTable},
 };
 
 void WriteFile(const std::filesystem::path& path, const zvmake::Bytes& bytes) {
@@ -36,8 +37,8 @@ int main(int count, char** arguments) try {
         return 2;
     }
     const std::filesystem::path folder = arguments[1];
-    std::filesystem::create_directories(folder);
     for (const Product& product : kProducts) {
+        std::filesystem::create_directories((folder / product.name).parent_path());
         const zvmake::Bytes bytes = product.make();
         WriteFile(folder / product.name, bytes);
         std::printf("%s: %zu bytes\n", product.name, bytes.size());

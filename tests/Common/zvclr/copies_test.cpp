@@ -173,7 +173,7 @@ TEST(InPlace, ByConverterWithDifferentPaddingsIsSameBuffer) {
     const HostScope host;
     const Converter copier(CLRSPACE_RGB, CLRSPACE_RGB);
     ClrParams params = MakeParams(CLRMETHOD_CUSTOM_ICC, CLRMETHOD_CUSTOM_ICC);
-    const Converter byProfiles(CLRSPACE_RGB, CLRSPACE_RGB, &params);
+    const Converter byProfiles(CLRSPACE_CMY, CLRSPACE_CMY, &params);
     std::vector<uint8_t> bytes = RandomBytes(64, 12);
     const std::vector<uint8_t> before = bytes;
     EXPECT_EQ(ERR_SAME_BUFFER, Zv_ClrConvert(copier.Get(), bytes.data(), bytes.data(), 5, 3, 0, 4));

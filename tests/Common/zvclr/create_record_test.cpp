@@ -2,6 +2,7 @@
 #include "Common/kernels/lab_records.h"
 #include "Common/kernels/print.h"
 #include "tests/support/frame_fixture.h"
+#include "tests/support/recording_colours.h"
 
 namespace zv::test {
 namespace {
@@ -118,6 +119,7 @@ TEST(ConverterRecord, WithParamsForEveryPair) {
 
 TEST(ConverterRecord, EqualSpacesByCustomProfilesTakeTheWholeRoad) {
     const HostScope host;
+    const RecordingColours colours;
     FullRecords records(CLRMETHOD_CUSTOM_ICC, CLRMETHOD_CUSTOM_ICC);
     const Converter c(CLRSPACE_CMYK, CLRSPACE_CMYK, &records.params);
     EXPECT_EQ(1U, c->route);
@@ -125,6 +127,7 @@ TEST(ConverterRecord, EqualSpacesByCustomProfilesTakeTheWholeRoad) {
     EXPECT_EQ(4U, c->methods);
     EXPECT_NE(nullptr, c->whitePoint);
     EXPECT_NE(nullptr, c->cmykParams);
+    EXPECT_NE(nullptr, c->systemTransform);
 }
 
 TEST(ConverterRecord, WhitePointIsACopyOfTheRecordOrCodeFifty) {

@@ -45,7 +45,14 @@ void HostMove(void* destination, const void* source, size_t count) noexcept {
     std::memmove(destination, source, count);
 }
 void HostFill(void* destination, uint8_t value, size_t count) noexcept { std::memset(destination, value, count); }
-// A host without files.
+// A host without files, bitmaps and narrow characters.
+HANDLE HostCreateFile(const ZvChar*, DWORD, DWORD, void*, DWORD, DWORD, HANDLE, int32_t, const ZvChar*) noexcept {
+    return INVALID_HANDLE_VALUE;
+}
+void HostCloseFile(HANDLE, int32_t, const ZvChar*) noexcept {}
+void HostFreeBitmap(HostBitmap*) noexcept {}
+void HostDibToBitmap(HostBitmap*, uint32_t, const HostDibHeader*, const uint8_t*) noexcept {}
+int32_t Zv_A2W::Convert(const char*, ZvChar*, size_t) noexcept { return ERR_FAILURE; }
 HostFile HostFileOpen(const ZvChar*, int32_t, int32_t) noexcept { return kNoHostFile; }
 void HostFileClose(HostFile) noexcept {}
 int32_t HostFileRead(HostFile, void*, int32_t) noexcept { return 0; }

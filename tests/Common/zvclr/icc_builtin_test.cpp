@@ -3,6 +3,7 @@
 
 #include "Common/kernels/kernels.h"
 #include "tests/Common/zvclr/icc_fixture.h"
+#include "tests/support/recording_colours.h"
 
 namespace zv::test {
 namespace {
@@ -100,6 +101,7 @@ TEST(IccPairs, EqualSpacesWithoutTheCustomMethodBuildNothing) {
 
 TEST(IccPairs, EqualSpacesWithTheCustomMethod) {
     const HostScope host;
+    const RecordingColours colours;
     for (const int32_t space : kAllSpaces) {
         Outcome expected{ERR_COLORSPACE_UNSUPPORTED, false, 0, 0};
         if (IsHub(space)) expected = {};
@@ -233,6 +235,7 @@ TEST(IccPixels, TwoHubsAreInvalidParameter) {
 
 TEST(IccPixels, EqualSpacesOfTheIccMethodCopy) {
     const HostScope host;
+    const RecordingColours colours;
     ClrParams params = MakeParams(CLRMETHOD_ICC | CLRMETHOD_CUSTOM_ICC, CLRMETHOD_ICC);
     const Converter c(CLRSPACE_CMYK, CLRSPACE_CMYK, &params);
     const Bytes pixels = SamplePixels(CLRSPACE_CMYK);

@@ -1,5 +1,5 @@
 // Methods whose objects are absent: accepted at creation, and what they convert to. Without profiles the custom method
-// has none, and between two hubs neither has the other.
+// has none, between two hubs neither has the other, and no emulation table serves most pairs.
 #include "tests/support/frame_fixture.h"
 
 namespace zv::test {
@@ -20,33 +20,50 @@ protected:
     bool Unwritten() const { return destination_ == std::vector<uint8_t>(256, 0x5A); }
 };
 
-TEST_F(MethodsWithoutObjects, ProfilesGiveInvalidParameterBetweenHubs) {
-    for (const uint32_t method : {uint32_t{CLRMETHOD_ICC}, uint32_t{CLRMETHOD_CUSTOM_ICC}}) {
-        ClrParams params = MakeParams(method, method);
-        for (const int32_t hub : kHubs) {
-            const Converter c(hub, 12 - hub, &params);
-            EXPECT_EQ(nullptr, c->iccTransform);
-            EXPECT_EQ(nullptr, c->customTransform);
-            EXPECT_EQ(ERR_INVALID_PARAMETER, Convert(c.Get()));
+TEST_F(MethodsWithoutObjects, BuiltinProfilesGiveInvalidParameterBetweenHubs) {
+    ClrParams params = MakeParams(CLRMETHOD_ICC, CLRMETHOD_ICC);
+    for (const int32_t hub : kHubs) {
+        const Converter c(hub, 12 - hub, &params);
+        EXPECT_EQ(nullptr, c->iccTransform);
+        EXPECT_EQ(ERR_INVALID_PARAMETER, Convert(c.Get()));
+        EXPECT_TRUE(Unwritten());
+    }
+}
+
+TEST_F(MethodsWithoutObjects, CustomProfilesGiveInvalidParameterWhereTheLibraryAloneServes) {
+    ClrParams params = MakeParams(CLRMETHOD_CUSTOM_ICC, CLRMETHOD_CUSTOM_ICC);
+    for (const int32_t hub : kHubs) {
+        const Converter fromHub(hub, CLRSPACE_CMY, &params), toHub(CLRSPACE_CMY, hub, &params);
+        for (const Converter* c : {&fromHub, &toHub}) {
+            EXPECT_EQ(nullptr, (*c)->customTransform);
+            EXPECT_EQ(ERR_INVALID_PARAMETER, Convert(c->Get()));
             EXPECT_TRUE(Unwritten());
         }
     }
 }
 
-TEST_F(MethodsWithoutObjects, EmulationConvertsToNothing) {
-    for (const uint32_t method : {uint32_t{CLRMETHOD_EMULATION}, uint32_t{CLRMETHOD_CUSTOM_EMULATION}}) {
-        ClrParams params = MakeParams(method, method);
-        for (const int32_t hub : kHubs) {
-            for (const int32_t other : {1, 3, 6, 11, 15, 128}) {
-                const Converter fromHub(hub, other, &params);
-                const Converter toHub(other, hub, &params);
-                EXPECT_EQ(nullptr, fromHub->builtinEmulationTable);
-                EXPECT_EQ(nullptr, fromHub->customEmulationTable);
-                EXPECT_EQ(CLR_SUCCESS, Convert(fromHub.Get()));
-                EXPECT_EQ(CLR_SUCCESS, Convert(toHub.Get()));
-                EXPECT_TRUE(Unwritten());
-            }
+TEST_F(MethodsWithoutObjects, EmulationConvertsNothingWhereNoTableServes) {
+    ClrParams params = MakeParams(CLRMETHOD_EMULATION, CLRMETHOD_EMULATION);
+    for (const int32_t hub : kHubs) {
+        for (const int32_t other : {12 - hub, 1, 3, 6, 11, 15, 128}) {
+            const Converter fromHub(hub, other, &params);
+            const Converter toHub(other, hub, &params);
+            EXPECT_EQ(nullptr, fromHub->builtinEmulationTable);
+            EXPECT_EQ(nullptr, toHub->builtinEmulationTable);
+            EXPECT_EQ(CLR_SUCCESS, Convert(fromHub.Get()));
+            EXPECT_EQ(CLR_SUCCESS, Convert(toHub.Get()));
+            EXPECT_TRUE(Unwritten());
         }
+    }
+}
+
+TEST_F(MethodsWithoutObjects, TheCallersTableMustBeNamedWhateverTheSpaces) {
+    const uint32_t sets[] = {CLRMETHOD_CUSTOM_EMULATION, CLRMETHOD_CUSTOM_EMULATION | CLRMETHOD_BUILTIN};
+    for (const uint32_t methods : sets) {
+        ClrParams params = MakeParams(methods, CLRMETHOD_CUSTOM_EMULATION);
+        EXPECT_EQ(ERR_FILE_NOT_FOUND, FailingInit(CLRSPACE_CMYK, CLRSPACE_RGB, &params));
+        EXPECT_EQ(ERR_FILE_NOT_FOUND, FailingInit(CLRSPACE_RGB, CLRSPACE_YUV, &params));
+        EXPECT_EQ(ERR_FILE_NOT_FOUND, FailingInit(CLRSPACE_CMYK, CLRSPACE_LAB, &params));
     }
 }
 
@@ -76,16 +93,26 @@ TEST_F(MethodsWithoutObjects, EqualSpacesCopyWithAnyOtherMethod) {
 }
 
 TEST_F(MethodsWithoutObjects, RouteThroughTheHubIgnoresTheMethod) {
-    std::vector<uint8_t> expected(256, 0x5A);
-    ASSERT_EQ(CLR_SUCCESS, Zv_ClrConvertDirect(2, 7, source_.data(), expected.data(), kWidth, kHeight, 0, 0));
-    for (const uint32_t method : {1U, 2U, 4U, 8U, 16U}) {
-        FullRecords records(method, method);
-        const Converter c(CLRSPACE_CMYK, CLRSPACE_LAB, &records.params);
-        EXPECT_EQ(2U, c->route);
-        EXPECT_EQ(nullptr, c->iccTransform);
-        EXPECT_EQ(nullptr, c->customTransform);
+    struct Case {
+        uint32_t method;
+        int32_t from, to;
+    };
+    constexpr Case kCases[] = {{1, CLRSPACE_CMYK, CLRSPACE_LAB},
+                               {2, CLRSPACE_CMYK, CLRSPACE_LAB},
+                               {8, CLRSPACE_CMYK, CLRSPACE_LAB},
+                               {4, CLRSPACE_CMYK, CLRSPACE_HSV}};
+    for (const Case& c : kCases) {
+        std::vector<uint8_t> expected(256, 0x5A);
+        ASSERT_EQ(CLR_SUCCESS,
+                  Zv_ClrConvertDirect(c.from, c.to, source_.data(), expected.data(), kWidth, kHeight, 0, 0));
+        FullRecords records(c.method, c.method);
+        const Converter converter(c.from, c.to, &records.params);
+        EXPECT_EQ(2U, converter->route);
+        EXPECT_EQ(nullptr, converter->iccTransform);
+        EXPECT_EQ(nullptr, converter->customTransform);
+        EXPECT_EQ(nullptr, converter->builtinEmulationTable);
         std::fill(destination_.begin(), destination_.end(), uint8_t{0x5A});
-        EXPECT_EQ(CLR_SUCCESS, Convert(c.Get()));
+        EXPECT_EQ(CLR_SUCCESS, Convert(converter.Get()));
         EXPECT_EQ(expected, destination_) << "the records of the converter are not used";
     }
 }

@@ -1,13 +1,10 @@
 // Data blocks by type and id, in the module in force.
-#ifndef _WIN32
-#    include <dlfcn.h>
-#endif
-
 #include <string_view>
 
 #include "Common/lookup.h"
 #include "host/entry.h"
 #include "tests/support/frame_fixture.h"
+#include "tests/support/loaded_module.h"
 #include "tests/support/resource_module.h"
 
 namespace zv::test {
@@ -15,31 +12,6 @@ namespace {
 
 constexpr const ZvChar* kIcm = ZV_WIDE("ICM");
 constexpr const ZvChar* kEt = ZV_WIDE("ET");
-
-/// A module loaded for a test; the library looks into its own again at the end.
-class Module {
-public:
-#ifdef _WIN32
-    explicit Module(const char* file) : handle_(LoadLibraryA(file)) {}
-    ~Module() {
-        SetResModule(nullptr);
-        if (handle_ != nullptr) FreeLibrary(static_cast<HMODULE>(handle_));
-    }
-#else
-    explicit Module(const char* file) : handle_(dlopen(file, RTLD_NOW | RTLD_LOCAL)) {}
-    ~Module() {
-        SetResModule(nullptr);
-        if (handle_ != nullptr) dlclose(handle_);
-    }
-#endif
-    Module(const Module&) = delete;
-    Module& operator=(const Module&) = delete;
-
-    void* Handle() const { return handle_; }
-
-private:
-    void* handle_;
-};
 
 std::string_view TextOf(const ClrResource& resource) {
     return {reinterpret_cast<const char*>(resource.data), resource.size};
@@ -74,12 +46,12 @@ TEST(Resources, LibraryCarriesItsProfiles) {
 
 TEST(Resources, ProfilesComeFromTheModuleInForce) {
     const HostScope host;
-    const Module empty(ZVCLR_TEST_EMPTY_MODULE), noise(ZVCLR_TEST_RESOURCE_MODULE);
+    const LoadedModule empty(ZVCLR_TEST_EMPTY_MODULE), noise(ZVCLR_TEST_RESOURCE_MODULE);
     ASSERT_NE(nullptr, empty.Handle());
     ASSERT_NE(nullptr, noise.Handle());
     ClrParams params = MakeParams(CLRMETHOD_ICC, CLRMETHOD_ICC);
     // The one has no profiles, in the other there is no profile behind the id.
-    for (const Module* module : {&empty, &noise}) {
+    for (const LoadedModule* module : {&empty, &noise}) {
         SetResModule(module->Handle());
         for (const int32_t space : {2, 6, 7, 11}) {
             EXPECT_EQ(ERR_PROFILE_LOAD, FailingInit(CLRSPACE_RGB, space, &params)) << space;
@@ -94,7 +66,7 @@ TEST(Resources, ProfilesComeFromTheModuleInForce) {
 }
 
 TEST(Resources, OfALoadedModuleHaveExactSizesAndBytes) {
-    const Module module(ZVCLR_TEST_RESOURCE_MODULE);
+    const LoadedModule module(ZVCLR_TEST_RESOURCE_MODULE);
     ASSERT_NE(nullptr, module.Handle());
     SetResModule(module.Handle());
     EXPECT_EQ(ZV_TEST_PROFILE, TextOf(FindClrResource(kIcm, 105)));
@@ -104,7 +76,7 @@ TEST(Resources, OfALoadedModuleHaveExactSizesAndBytes) {
 }
 
 TEST(Resources, MissingTypeAndMissingId) {
-    const Module module(ZVCLR_TEST_RESOURCE_MODULE);
+    const LoadedModule module(ZVCLR_TEST_RESOURCE_MODULE);
     ASSERT_NE(nullptr, module.Handle());
     SetResModule(module.Handle());
     EXPECT_EQ(nullptr, FindClrResource(kIcm, 111).data) << "the id of the other type";
@@ -116,7 +88,7 @@ TEST(Resources, MissingTypeAndMissingId) {
 }
 
 TEST(Resources, LastErrorTellsTypeFromId) {
-    const Module module(ZVCLR_TEST_RESOURCE_MODULE);
+    const LoadedModule module(ZVCLR_TEST_RESOURCE_MODULE);
     ASSERT_NE(nullptr, module.Handle());
     const auto handle = static_cast<HMODULE>(module.Handle());
     SetLastError(0);
@@ -128,7 +100,7 @@ TEST(Resources, LastErrorTellsTypeFromId) {
 }
 
 TEST(Resources, ModuleWithoutAnyFindsNothing) {
-    const Module module(ZVCLR_TEST_EMPTY_MODULE);
+    const LoadedModule module(ZVCLR_TEST_EMPTY_MODULE);
     ASSERT_NE(nullptr, module.Handle());
     SetResModule(module.Handle());
     EXPECT_EQ(nullptr, FindClrResource(kIcm, 105).data);
@@ -137,7 +109,7 @@ TEST(Resources, ModuleWithoutAnyFindsNothing) {
 
 TEST(Resources, LaterAttachSetsTheModuleBack) {
     const HostScope host;
-    const Module module(ZVCLR_TEST_RESOURCE_MODULE), empty(ZVCLR_TEST_EMPTY_MODULE);
+    const LoadedModule module(ZVCLR_TEST_RESOURCE_MODULE), empty(ZVCLR_TEST_EMPTY_MODULE);
     ASSERT_NE(nullptr, module.Handle());
     ASSERT_NE(nullptr, empty.Handle());
     ClrProcessAttach(nullptr);

@@ -1,6 +1,10 @@
 /* Converts three pixels as a stranger would, by the installed header and library; C99 and C++11. */
 #include <stdio.h>
+#include <stdlib.h>
 #include <string.h>
+#ifdef _WIN32
+#    include <windows.h>
+#endif
 #include <zvclr.h>
 #include <zvspaces.h>
 #ifdef WITH_COMPANION
@@ -32,6 +36,27 @@ static int ConvertInks(void) {
     return 1;
 }
 
+/* Pixels that the library hands over are released as its header says. */
+static int ConvertIntoBitmap(void) {
+    const unsigned char rgb[6] = {10, 20, 30, 40, 50, 60};
+    const unsigned char expected[6] = {30, 20, 10, 60, 50, 40};
+    ZvBitmap bitmap;
+    int32_t result;
+    int equal;
+
+    memset(&bitmap, 0, sizeof bitmap);
+    result = Zv_ClrConvertDirectToBitmap(CLRSPACE_RGB, CLRSPACE_BGR, rgb, &bitmap, (uint32_t)sizeof bitmap, 1, 2, 0, 0);
+    equal = result == CLR_SUCCESS && bitmap.flags == ZVBITMAP_ALLOCATED && bitmap.width == 1 && bitmap.height == 2 &&
+            memcmp(bitmap.pixels, expected, sizeof expected) == 0;
+    if (!equal) printf("into a bitmap: %d\n", (int)result);
+#ifdef _WIN32
+    if (bitmap.pixels != NULL) HeapFree(GetProcessHeap(), 0, bitmap.pixels);
+#else
+    free(bitmap.pixels);
+#endif
+    return equal;
+}
+
 int main(void) {
     const unsigned char rgb[9] = {255, 0, 16, 1, 2, 3, 128, 64, 32};
     const unsigned char expected[9] = {0, 255, 239, 254, 253, 252, 127, 191, 223};
@@ -58,7 +83,7 @@ int main(void) {
         printf("Zv_ClrFree: %d\n", (int)result);
         return 1;
     }
-    if (!ConvertInks()) return 1;
+    if (!ConvertInks() || !ConvertIntoBitmap()) return 1;
 #ifdef WITH_COMPANION
     if (strcmp(ZvErrorName(ERR_NO_MEMORY), "ERR_NO_MEMORY") != 0) {
         printf("ZvErrorName: %s\n", ZvErrorName(ERR_NO_MEMORY));

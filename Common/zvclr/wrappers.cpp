@@ -1,0 +1,143 @@
+// Conversions into the host's bitmaps, and the same operations for narrow strings.
+#include <algorithm>
+
+#include "Common/memory.h"
+#include "Common/zvclr/frame.h"
+#include "Common/zvclr/records.h"
+
+namespace zv {
+
+namespace {
+
+constexpr int64_t kBitmapPixelBytes = 3;
+
+struct BitmapTarget {
+    HostBitmap* bitmap;
+    uint32_t recordSize;
+    int32_t width;
+    int32_t height;
+    int32_t rowExtra;  ///< clamped
+
+    bool IsEmpty() const noexcept { return width < 1 || height < 1; }
+    /// Each pixel's row counts its padding three times over, and hosts reckon the padding from that.
+    RegionSize ImageBytes() const noexcept { return (RegionSize(width) + rowExtra) * height * kBitmapPixelBytes; }
+    RegionSize RowsBytes() const noexcept { return (RegionSize(width) * kBitmapPixelBytes + rowExtra) * height; }
+};
+
+/// Converts into a buffer of its own, and gives that to the host.
+template <class Convert>
+int32_t ConvertToBitmap(const BitmapTarget& target, RegionSize bufferBytes, const Convert& convert) noexcept {
+    if (target.IsEmpty()) return ERR_INVALID_PARAMETER;
+    if (IsBadWritePtr(target.bitmap, sizeof *target.bitmap)) return ERR_BAD_POINTER;
+    const HostBlock<uint8_t> buffer(bufferBytes.Bytes(), __LINE__, kFrameSource);
+    if (!buffer) return ERR_NO_MEMORY;
+    // Some conversions succeed and write nothing.
+    HostFill(buffer.Data(), 0, static_cast<size_t>(bufferBytes.Bytes()));
+    const int32_t result = convert(buffer.Data());
+    if (result != CLR_SUCCESS) return result;
+
+    HostDibHeader header = {};
+    header.headerSize = sizeof header;
+    header.width = target.width;
+    header.height = -target.height;  // rows from the top
+    header.planes = 1;
+    header.bitCount = 24;
+    header.imageSize = static_cast<uint32_t>(target.ImageBytes().Bytes());
+    if ((target.bitmap->flags & kHostBitmapAllocated) != 0) HostFreeBitmap(target.bitmap);
+    HostDibToBitmap(target.bitmap, target.recordSize, &header, buffer.Data());
+    return CLR_SUCCESS;
+}
+
+/// The same record in wide characters, for the length of a call. Names that cannot be converted are empty.
+class WideParams {
+public:
+    explicit WideParams(const ClrParamsA* narrow) noexcept : narrow_(narrow) {
+        if (narrow == nullptr) return;
+        if (IsBadReadPtr(narrow, sizeof *narrow)) {
+            result_ = ERR_BAD_POINTER;
+            return;
+        }
+        wide_.size = sizeof wide_;
+        wide_.activeMethod = narrow->activeMethod;
+        wide_.whitePoint = narrow->whitePoint;
+        Widen(narrow->inputProfileName, wide_.inputProfileName);
+        wide_.inputProfileMemory = narrow->inputProfileMemory;
+        Widen(narrow->outputProfileName, wide_.outputProfileName);
+        wide_.outputProfileMemory = narrow->outputProfileMemory;
+        Widen(narrow->emulationTableName, wide_.emulationTableName);
+        wide_.cmykParams = narrow->cmykParams;
+        wide_.yuvParams = narrow->yuvParams;
+        wide_.labParams = narrow->labParams;
+        wide_.methods = narrow->methods;
+        wide_.emulationMethod = narrow->emulationMethod;
+    }
+
+    int32_t Result() const noexcept { return result_; }
+    /// Null when the caller gave none.
+    ClrParams* Value() noexcept { return narrow_ != nullptr ? &wide_ : nullptr; }
+
+private:
+    static void Widen(const char (&name)[CLR_NAME_LENGTH], ZvChar (&to)[CLR_NAME_LENGTH]) noexcept {
+        // A name without an end stays one that is too long.
+        char ended[CLR_NAME_LENGTH];
+        HostCopy(ended, name, CLR_NAME_LENGTH - 1);
+        ended[CLR_NAME_LENGTH - 1] = 0;
+        Zv_A2W::Convert(ended, to, CLR_NAME_LENGTH);
+    }
+
+    const ClrParamsA* narrow_;
+    int32_t result_ = CLR_SUCCESS;
+    ClrParams wide_ = {};
+};
+
+}  // namespace
+
+}  // namespace zv
+
+using namespace zv;
+
+int32_t Zv_ClrConvertToBitmap(const ClrHandle* converter, const void* source, void* bitmap, uint32_t bitmapRecordSize,
+                              int32_t width, int32_t height, int32_t sourceRowExtra, int32_t destinationRowExtra) {
+    if (source == nullptr || bitmap == nullptr) return ERR_INVALID_PARAMETER;
+    if (converter == nullptr || IsBadReadPtr(converter, kConverterSize)) return ERR_BAD_POINTER;
+    const bool live = IsLive(converter);
+    ClrSpacePair spaces{};
+    if (!ReadSpaces(converter, live, &spaces)) return ERR_BAD_POINTER;
+    if (!CanRead(source, PaddedRows(spaces.source, width, height, sourceRowExtra))) return ERR_BAD_POINTER;
+    if (!live) return ERR_INVALID_HANDLE;
+    if (!ClrIsHub(spaces.destination)) return ERR_COLORSPACE_UNSUPPORTED;
+
+    const BitmapTarget target = {static_cast<HostBitmap*>(bitmap), bitmapRecordSize, width, height,
+                                 ClampExtra(destinationRowExtra)};
+    RegionSize bytes = target.RowsBytes();
+    // The platform may align rows that come without padding.
+    if (target.rowExtra == 0 && ClrSystemConverts(*converter)) bytes = bytes + RegionSize(height) * kBitmapPixelBytes;
+    return ConvertToBitmap(target, bytes, [&](uint8_t* buffer) {
+        return Zv_ClrConvert(converter, source, buffer, width, height, sourceRowExtra, destinationRowExtra);
+    });
+}
+
+int32_t Zv_ClrConvertDirectToBitmap(int32_t sourceSpace, int32_t destinationSpace, const void* source, void* bitmap,
+                                    uint32_t bitmapRecordSize, int32_t width, int32_t height, int32_t sourceRowExtra,
+                                    int32_t destinationRowExtra) {
+    if (source == nullptr || bitmap == nullptr) return ERR_INVALID_PARAMETER;
+    if (!ClrIsHub(destinationSpace)) return ERR_INVALID_PARAMETER;
+    const BitmapTarget target = {static_cast<HostBitmap*>(bitmap), bitmapRecordSize, width, height,
+                                 ClampExtra(destinationRowExtra)};
+    return ConvertToBitmap(target, target.ImageBytes(), [&](uint8_t* buffer) {
+        return Zv_ClrConvertDirect(sourceSpace, destinationSpace, source, buffer, width, height, sourceRowExtra,
+                                   destinationRowExtra);
+    });
+}
+
+int32_t Zv_ClrInitA(ClrHandle** receiver, int32_t sourceSpace, int32_t destinationSpace, const ClrParamsA* params) {
+    WideParams wide(params);
+    if (wide.Result() != CLR_SUCCESS) return wide.Result();
+    return Zv_ClrInit(receiver, sourceSpace, destinationSpace, wide.Value());
+}
+
+int32_t Zv_ClrSetConversionParamsA(ClrHandle* converter, const ClrParamsA* params) {
+    WideParams wide(params);
+    if (wide.Result() != CLR_SUCCESS) return wide.Result();
+    return Zv_ClrSetConversionParams(converter, wide.Value());
+}
