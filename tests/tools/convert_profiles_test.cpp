@@ -225,7 +225,9 @@ TEST_F(ConvertProfiles, MethodsAreForTheirSpaces) {
             {"not cmyk to lab", "through rgb in two runs"});
     const Outcome unknown = convert("a.ppm", "b.tif", {"--to", "cmyk", "--method", "platform"});
     EXPECT_EQ(unknown.code, 2);
-    EXPECT_NE(unknown.err.find("platform not in {builtin,icc,custom-icc}"), std::string::npos) << unknown.err;
+    EXPECT_NE(unknown.err.find("platform not in {builtin,icc,custom-icc,emulation,custom-emulation}"),
+              std::string::npos)
+        << unknown.err;
     for (const char* method : {"icc", "builtin"}) {
         refused(2, "a.ppm", {"--to", "cmyk", "--method", method, "--input-profile", kRgb, "--output-profile", kCmyk},
                 {"--input-profile goes with --method custom-icc only", std::string("--method ") + method});

@@ -198,12 +198,17 @@ TEST_F(ConvertUsage, HelpAndVersionAreAnswers) {
     EXPECT_EQ(outcome.code, 0);
     EXPECT_NE(outcome.out.find("convert"), std::string::npos);
     EXPECT_NE(outcome.out.find("spaces"), std::string::npos);
+    EXPECT_NE(outcome.out.find("table"), std::string::npos);
     outcome = runTool({"convert", "--help"});
     EXPECT_EQ(outcome.code, 0);
     for (const char* option : {"--from", "--to", "--size", "--gcr", "--lab-params", "--yuv-params", "--quality",
                                "--compression", "--input-format", "--output-format", "--method", "--input-profile",
-                               "--output-profile", "--white", "--quiet"}) {
+                               "--output-profile", "--white", "--table", "--quiet"}) {
         EXPECT_NE(outcome.out.find(option), std::string::npos) << option;
+    }
+    for (const char* method :
+         {"\n  icc ", "\n  custom-icc ", "\n  emulation ", "\n  custom-emulation\n", "\n  builtin "}) {
+        EXPECT_NE(outcome.out.find(method), std::string::npos) << method;
     }
 }
 

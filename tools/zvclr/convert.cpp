@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <memory>
 
+#include "emulation_table.h"
 #include "parameters.h"
 #include "profile_file.h"
 #include "strip_converter.h"
@@ -71,11 +72,8 @@ public:
             throw ContradictionError(
                 "the standard output is a terminal, which cannot show an image; send it to a file");
         }
-        if (!args_.quiet) {
-            for (const std::string& note : info.notes) {
-                fmt::print(stderr, "zvclr: note: {}: {}\n", args_.input, note);
-            }
-        }
+        printNotes(args_.input, info.notes);
+        printNotes(args_.table, tableNotes_);
         convert();
     }
 
@@ -111,6 +109,14 @@ private:
         }
     }
 
+    void printNotes(const std::string& name, const std::vector<std::string>& notes) const {
+        for (const std::string& note : notes) {
+            if (!args_.quiet) {
+                fmt::print(stderr, "zvclr: note: {}: {}\n", name, note);
+            }
+        }
+    }
+
     void parseYuv() {
         if (readOptions_.space != CLRSPACE_YUV) {
             throw ContradictionError("--yuv-params describes raw yuv input; give --from yuv or leave it out");
@@ -127,14 +133,21 @@ private:
         const int32_t from = conversion_.from;
         const int32_t to = conversion_.to;
         const bool profiles = !args_.inputProfile.empty() || !args_.outputProfile.empty();
-        conversion_.method = args_.method == "icc"                      ? Method::kIcc
-                             : args_.method == "builtin"                ? Method::kBuiltin
-                             : profiles || args_.method == "custom-icc" ? Method::kCustomIcc
-                                                                        : defaultMethod(from, to);
-        if (profiles && conversion_.method != Method::kCustomIcc) {
-            throw ContradictionError(
-                fmt::format("{} goes with --method custom-icc only, but --method {} was given; leave one of them out",
-                            args_.inputProfile.empty() ? "--output-profile" : "--input-profile", args_.method));
+        const bool table = !args_.table.empty();
+        const char* const profileOption = args_.inputProfile.empty() ? "--output-profile" : "--input-profile";
+        conversion_.method = profiles ? Method::kCustomIcc : table ? Method::kCustomEmulation : defaultMethod(from, to);
+        if (profiles && table) {
+            throw ContradictionError(fmt::format(
+                "{} means --method custom-icc and --table means --method custom-emulation; leave one of them out",
+                profileOption));
+        }
+        if (const std::optional<Method> named = methodFromName(args_.method)) {
+            if ((profiles || table) && *named != conversion_.method) {
+                throw ContradictionError(
+                    fmt::format("{} goes with --method {} only, but --method {} was given; leave one of them out",
+                                profiles ? profileOption : "--table", methodName(conversion_.method), args_.method));
+            }
+            conversion_.method = *named;
         }
         if (conversion_.method == Method::kIcc && !iccServes(from, to)) {
             throw ContradictionError(
@@ -145,9 +158,41 @@ private:
         if (conversion_.method == Method::kCustomIcc) {
             settleProfiles();
         }
+        if (conversion_.method == Method::kEmulation || conversion_.method == Method::kCustomEmulation) {
+            settleTable();
+        }
         if (!args_.white.empty()) {
             settleWhite();
         }
+    }
+
+    void settleTable() {
+        const char* const method = methodName(conversion_.method);
+        if (conversion_.to == CLRSPACE_CMYK) {
+            throw ContradictionError(fmt::format(
+                "--method {} has no table to cmyk; use --method icc for the press, or --method builtin", method));
+        }
+        if (!emulationServes(conversion_.from, conversion_.to)) {
+            throw ContradictionError(fmt::format(
+                "--method {} converts from cmyk and lab to all spaces but cmyk, and from all spaces to lab, but not "
+                "{}; leave it out",
+                method, pairText()));
+        }
+        if (conversion_.method == Method::kEmulation) {
+            return;
+        }
+        if (args_.table.empty()) {
+            throw ContradictionError(
+                "--method custom-emulation needs a table, but --table is missing; add it, or use --method emulation "
+                "for the tables of the library");
+        }
+        const TableGrid* grid = onlyTable(conversion_.from, conversion_.to);
+        if (grid == nullptr) {
+            throw ContradictionError(fmt::format(
+                "{} goes through two tables, but --table names one; go through rgb in two runs", pairText()));
+        }
+        tableNotes_ = checkTable(args_.table, *grid);
+        conversion_.table = args_.table;
     }
 
     void settleProfiles() {
@@ -172,11 +217,11 @@ private:
     }
 
     void settleWhite() {
-        if (conversion_.method == Method::kBuiltin) {
+        if (conversion_.method != Method::kIcc && conversion_.method != Method::kCustomIcc) {
             throw ContradictionError(
-                fmt::format("--white goes with --method icc and custom-icc only, but {} goes by --method builtin; "
+                fmt::format("--white goes with --method icc and custom-icc only, but {} goes by --method {}; "
                             "leave it out",
-                            pairText()));
+                            pairText(), methodName(conversion_.method)));
         }
         const ClrWhitePoint white = parseWhite(args_.white);
         if (conversion_.method == Method::kIcc && !isProfiled(conversion_.to)) {
@@ -196,7 +241,7 @@ private:
             throw ContradictionError(
                 fmt::format("{} goes with --method builtin only, but {} goes by --method {}; add --method builtin or "
                             "leave {} out",
-                            option, pairText(), conversion_.method == Method::kIcc ? "icc" : "custom-icc", option));
+                            option, pairText(), methodName(conversion_.method), option));
         }
     }
 
@@ -246,6 +291,14 @@ private:
         try {
             return StripConverter(conversion_);
         } catch (const LibraryError& error) {
+            if (conversion_.method == Method::kEmulation && error.code() == ERR_METHOD_UNAVAILABLE) {
+                throw ImageError(
+                    fmt::format("the library carries no emulation table for {}; give one by --table", pairText()));
+            }
+            if (conversion_.method == Method::kCustomEmulation) {
+                throw ImageError(
+                    fmt::format("the table {} cannot be used from {}: {}", args_.table, pairText(), error.what()));
+            }
             if (conversion_.method != Method::kCustomIcc) {
                 throw;
             }
@@ -288,6 +341,7 @@ private:
     zvimage::WriteOptions writeOptions_;
     Format outputFormat_ = Format::kRaw;
     Conversion conversion_;
+    std::vector<std::string> tableNotes_;
     std::unique_ptr<zvimage::ImageReader> reader_;
 };
 

@@ -24,6 +24,7 @@ struct ConvertArguments {
     std::string inputProfile;
     std::string outputProfile;
     std::string white;
+    std::string table;
     std::optional<int32_t> gcrLevel;
     std::optional<int> quality;
     std::string compression;

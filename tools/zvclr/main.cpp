@@ -4,10 +4,13 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 #include <exception>
+#include <functional>
+#include <vector>
 
 #include "convert.h"
 #include "image/image.h"
 #include "image/output_file.h"
+#include "table_command.h"
 #include "zvclr.h"
 
 namespace {
@@ -31,6 +34,10 @@ Methods:
               or to rgb by formulas. --white goes with it
   custom-icc  by --input-profile and --output-profile, between rgb or bgr and rgb, bgr, cmyk, cmy or lab, or from
               cmyk, cmy or lab to the same. --white goes with it
+  emulation   by the tables of the library, fast and coarse: from cmyk and lab to every space but cmyk, and from
+              every space to lab. A side without a table is converted from or to rgb by formulas
+  custom-emulation
+              the same by --table, a file that "zvclr table" makes; cmyk to lab goes in two runs
   builtin     by formulas, between all spaces. --gcr and --lab-params go with it alone
 
 Lab pixels have signed a and b whatever the method, but for raw files with --lab-params.
@@ -40,23 +47,38 @@ Examples:
   zvclr convert press.tif proof.png --to rgb
   zvclr convert photo.png press.tif --to cmyk --input-profile camera.icc --output-profile press.icc
   zvclr convert photo.png photo.tif --to cmyk --method builtin --gcr 500
+  zvclr convert press.tif proof.png --to rgb --method emulation
+  zvclr convert press.tif proof.png --to rgb --table printer.tif
   zvclr convert frame.yuv frame.png --from yuv --to rgb --size 640x480 \
       --yuv-params uSampleX=2,uSampleY=2,vSampleX=2,vSampleY=2,planar=1,order=YUV
   zvclr convert - - --output-format raw --to uyvy < photo.png > photo.uyvy
 
 Exit codes: 0 done, 1 it failed, 2 wrong usage or a contradiction.)";
 
+const char* const kTableFooter = R"(
+A table says what a device or process makes of a grid of colours. To get one, let the process convert or print
+the chart, and read the picture of the outcome:
+
+  zvclr table make chart.tif --patch 8
+  (print chart.tif, scan the print, crop the scan to the edges of the chart)
+  zvclr table read scan.tif printer.tif
+  zvclr convert press.tif proof.png --to rgb --table printer.tif
+
+There are tables from cmyk to rgb (289 x 289 patches), from rgb to lab and from lab to rgb (190 x 190).)";
+
 void addMethodOptions(CLI::App* convert, zvtool::ConvertArguments& args) {
     convert
         ->add_option("--method", args.method,
-                     "builtin, icc or custom-icc; the default follows from the spaces, see below")
-        ->check(CLI::IsMember({"builtin", "icc", "custom-icc"}));
+                     "builtin, icc, custom-icc, emulation or custom-emulation; the default follows from the spaces, "
+                     "see below")
+        ->check(CLI::IsMember({"builtin", "icc", "custom-icc", "emulation", "custom-emulation"}));
     convert->add_option("--input-profile", args.inputProfile,
                         "ICC profile of the input; implies --method custom-icc and goes with --output-profile");
     convert->add_option("--output-profile", args.outputProfile,
                         "ICC profile of the output; implies --method custom-icc and goes with --input-profile");
     convert->add_option("--white", args.white,
                         "White point of the ICC methods: D50 (default), D55, D65, D75, D93, or a chromaticity x,y");
+    convert->add_option("--table", args.table, "Emulation table in a TIFF file; implies --method custom-emulation");
 }
 
 CLI::App* addConvert(CLI::App& app, zvtool::ConvertArguments& args) {
@@ -87,18 +109,49 @@ CLI::App* addConvert(CLI::App& app, zvtool::ConvertArguments& args) {
     return convert;
 }
 
+void addTableSpaces(CLI::App* command, zvtool::TableArguments& args) {
+    command->add_option("--from", args.from, "Colour space that the table is from; cmyk unless given");
+    command->add_option("--to", args.to, "Colour space that the table is to; rgb unless given");
+}
+
+CLI::App* addTableMake(CLI::App* table, zvtool::TableArguments& args) {
+    CLI::App* make = table->add_subcommand("make", "Write the chart whose picture makes a table");
+    make->add_option("OUT", args.output, "TIFF file to write; - is the standard output")->required();
+    addTableSpaces(make, args);
+    make->add_option("--patch", args.patch, "Pixels on each side of a patch; 1 unless given")
+        ->check(CLI::Range(1, zvtool::kLargestPatch));
+    return make;
+}
+
+CLI::App* addTableRead(CLI::App* table, zvtool::TableArguments& args) {
+    CLI::App* read = table->add_subcommand("read", "Make a table of a picture of the chart");
+    read->add_option("IN", args.input, "Upright picture of the chart in rgb or lab, cropped to the chart's edges")
+        ->required();
+    read->add_option("OUT", args.output, "TIFF file to write; - is the standard output")->required();
+    addTableSpaces(read, args);
+    read->add_option("--size", args.size, "Width and height of raw input, which is of the space of --to");
+    read->add_option("--input-format", args.inputFormat, "png, jpeg, tiff, pnm or raw");
+    read->add_flag("--quiet,-q", args.quiet, "No notes");
+    return read;
+}
+
 int fail(ExitCode code, const char* text) {
     fmt::print(stderr, "zvclr: error: {}\n", text);
     return code;
 }
 
-int runCommand(const CLI::App* convert, const zvtool::ConvertArguments& args) {
+struct Command {
+    const CLI::App* parser;
+    std::function<void()> run;
+};
+
+int runCommand(const std::vector<Command>& commands) {
+    zvimage::removeTemporaryOnSignals();
     try {
-        if (convert->parsed()) {
-            zvimage::removeTemporaryOnSignals();
-            zvtool::runConvert(args);
-        } else {
-            fmt::print("{}", zvtool::spacesTable());
+        for (const Command& command : commands) {
+            if (command.parser->parsed()) {
+                command.run();
+            }
         }
     } catch (const zvimage::ContradictionError& error) {
         return fail(kUsage, error.what());
@@ -117,9 +170,16 @@ int run(int argc, char** argv) {
     CLI::App app("Converts images between the colour spaces of the zvclr library.", "zvclr");
     app.set_version_flag("--version", std::string("zvclr ") + ZVCLR_VERSION_STRING);
     app.require_subcommand(1);
-    zvtool::ConvertArguments args;
-    const CLI::App* convert = addConvert(app, args);
-    app.add_subcommand("spaces", "List the colour spaces");
+    zvtool::ConvertArguments convertArguments;
+    zvtool::TableArguments chartArguments;
+    zvtool::TableArguments tableArguments;
+    const CLI::App* convert = addConvert(app, convertArguments);
+    CLI::App* table = app.add_subcommand("table", "Make emulation tables for zvclr convert --table");
+    table->require_subcommand(1);
+    table->footer(kTableFooter);
+    const CLI::App* make = addTableMake(table, chartArguments);
+    const CLI::App* read = addTableRead(table, tableArguments);
+    const CLI::App* spaces = app.add_subcommand("spaces", "List the colour spaces");
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success& done) {
@@ -128,7 +188,10 @@ int run(int argc, char** argv) {
         fmt::print(stderr, "zvclr: error: {}\nRun with --help for more information.\n", error.what());
         return kUsage;
     }
-    return runCommand(convert, args);
+    return runCommand({{convert, [&] { zvtool::runConvert(convertArguments); }},
+                       {make, [&] { zvtool::runTableMake(chartArguments); }},
+                       {read, [&] { zvtool::runTableRead(tableArguments); }},
+                       {spaces, [] { fmt::print("{}", zvtool::spacesTable()); }}});
 }
 
 }  // namespace

@@ -16,6 +16,42 @@ constexpr int64_t kStripBytes = 1 << 20;
 // A converter from ycck takes the inks out of it first; none to ycck writes anything.
 bool isProfiledSource(int32_t space) { return isProfiled(space) || space == CLRSPACE_YCCK; }
 
+bool isEmulatedSource(int32_t space) { return space == CLRSPACE_CMYK || space == CLRSPACE_LAB; }
+
+// Whether the method, and not the formulas, has the side of the hub that a space is on.
+bool servesSource(Method method, int32_t space) {
+    switch (method) {
+        case Method::kIcc:
+            return isProfiledSource(space);
+        case Method::kEmulation:
+        case Method::kCustomEmulation:
+            return isEmulatedSource(space);
+        default:
+            return false;
+    }
+}
+
+bool servesDestination(Method method, int32_t space) {
+    switch (method) {
+        case Method::kIcc:
+            return isProfiled(space);
+        case Method::kEmulation:
+        case Method::kCustomEmulation:
+            return space == CLRSPACE_LAB;
+        default:
+            return false;
+    }
+}
+
+constexpr struct {
+    Method method;
+    const char* name;
+} kMethodNames[] = {{Method::kBuiltin, "builtin"},
+                    {Method::kIcc, "icc"},
+                    {Method::kCustomIcc, "custom-icc"},
+                    {Method::kEmulation, "emulation"},
+                    {Method::kCustomEmulation, "custom-emulation"}};
+
 // Profiles take a and b with an offset of 128, everything else here has them signed.
 void turnLab(uint8_t* pixels, size_t bytes) {
     for (size_t i = 0; i + 2 < bytes; i += 3) {
@@ -63,6 +99,18 @@ LibraryError::LibraryError(int32_t code)
                                      ZvErrorMeaning(code), ZvErrorCause(code))),
       code_(code) {}
 
+const char* methodName(Method method) {
+    return std::find_if(std::begin(kMethodNames), std::end(kMethodNames),
+                        [method](const auto& entry) { return entry.method == method; })
+        ->name;
+}
+
+std::optional<Method> methodFromName(std::string_view name) {
+    const auto found = std::find_if(std::begin(kMethodNames), std::end(kMethodNames),
+                                    [name](const auto& entry) { return name == entry.name; });
+    return found != std::end(kMethodNames) ? std::optional(found->method) : std::nullopt;
+}
+
 bool isHub(int32_t space) { return space == CLRSPACE_RGB || space == CLRSPACE_BGR; }
 
 bool isProfiled(int32_t space) { return space == CLRSPACE_CMYK || space == CLRSPACE_CMY || space == CLRSPACE_LAB; }
@@ -73,6 +121,17 @@ bool iccServes(int32_t from, int32_t to) {
 
 bool customIccServes(int32_t from, int32_t to) {
     return (isHub(from) && (isHub(to) || isProfiled(to))) || (isProfiled(from) && (isHub(to) || from == to));
+}
+
+bool emulationServes(int32_t from, int32_t to) {
+    return from != to && to != CLRSPACE_CMYK && (isEmulatedSource(from) || to == CLRSPACE_LAB);
+}
+
+const TableGrid* onlyTable(int32_t from, int32_t to) {
+    if (!emulationServes(from, to) || (isEmulatedSource(from) && to == CLRSPACE_LAB)) {
+        return nullptr;
+    }
+    return isEmulatedSource(from) ? findTable(from, CLRSPACE_RGB) : findTable(CLRSPACE_RGB, to);
 }
 
 Method defaultMethod(int32_t from, int32_t to) { return iccServes(from, to) ? Method::kIcc : Method::kBuiltin; }
@@ -98,7 +157,7 @@ int32_t stripRows(int32_t width, int32_t rowUnit, const Conversion& conversion) 
 
 StripConverter::StripConverter(Conversion conversion) : conversion_(std::move(conversion)) {
     if (conversion_.method == Method::kCustomIcc) {
-        addProfileStep(conversion_.from, conversion_.to);
+        addMethodStep(conversion_.from, conversion_.to);
     } else {
         addSteps();
     }
@@ -107,7 +166,6 @@ StripConverter::StripConverter(Conversion conversion) : conversion_(std::move(co
 // Each side of the hub goes by itself: between two other spaces the library would take its formulas for both.
 void StripConverter::addSteps() {
     const Conversion& c = conversion_;
-    const bool icc = c.method == Method::kIcc;
     const bool records = c.sourceYuv || c.sourceLab.has_value() != c.destinationLab.has_value();
     if (c.from == c.to && !records) {
         return;
@@ -117,16 +175,16 @@ void StripConverter::addSteps() {
     const int32_t first = after.value_or(before.value_or(CLRSPACE_RGB));
     const int32_t second = before.value_or(first);
     const bool cmykRecord = c.gcrLevel.has_value();
-    if (icc && isProfiledSource(c.from)) {
-        addProfileStep(c.from, first);
+    if (servesSource(c.method, c.from)) {
+        addMethodStep(c.from, first);
     } else if (!isHub(c.from)) {
         addBuiltinStep(c.from, first, c.sourceYuv || c.sourceLab || (cmykRecord && c.from == CLRSPACE_CMYK));
     }
     if (first != second) {
         addBuiltinStep(first, second, false);
     }
-    if (icc && isProfiled(c.to)) {
-        addProfileStep(second, c.to);
+    if (servesDestination(c.method, c.to)) {
+        addMethodStep(second, c.to);
     } else if (!isHub(c.to)) {
         addBuiltinStep(second, c.to, c.destinationLab || (cmykRecord && c.to == CLRSPACE_CMYK));
     }
@@ -139,8 +197,12 @@ void StripConverter::addBuiltinStep(int32_t from, int32_t to, bool record) {
     steps_.push_back({from, to, record ? createConverter(from, to) : nullptr});
 }
 
-void StripConverter::addProfileStep(int32_t from, int32_t to) {
-    steps_.push_back({from, to, createProfileConverter(from, to)});
+void StripConverter::addMethodStep(int32_t from, int32_t to) {
+    steps_.push_back({from, to, byProfiles() ? createProfileConverter(from, to) : createTableConverter(from, to)});
+}
+
+bool StripConverter::byProfiles() const {
+    return conversion_.method == Method::kIcc || conversion_.method == Method::kCustomIcc;
 }
 
 StripConverter::Handle StripConverter::createConverter(int32_t from, int32_t to) const {
@@ -184,6 +246,30 @@ StripConverter::Handle StripConverter::createProfileConverter(int32_t from, int3
     return converter;
 }
 
+StripConverter::Handle StripConverter::createTableConverter(int32_t from, int32_t to) const {
+    const bool custom = conversion_.method == Method::kCustomEmulation;
+    ClrParamsA params = {};
+    params.size = static_cast<uint32_t>(sizeof params);
+    // Without the library's own table beside it the library would keep the caller's after the end of the converter.
+    params.methods = custom ? CLRMETHOD_EMULATION | CLRMETHOD_CUSTOM_EMULATION : CLRMETHOD_EMULATION;
+    params.activeMethod = custom ? CLRMETHOD_CUSTOM_EMULATION : CLRMETHOD_EMULATION;
+    params.emulationMethod = CLRMETHOD_EMULATION;
+    conversion_.table.copy(params.emulationTableName, CLR_NAME_LENGTH - 1);
+    ClrHandle* handle = nullptr;
+    check(Zv_ClrInitA(&handle, from, to, &params));
+    Handle converter(handle);
+    // Without a table the library reports success and leaves the pixels as they were.
+    const uint8_t pixel[4] = {};
+    uint8_t first[3] = {0x00, 0x00, 0x00};
+    uint8_t second[3] = {0xff, 0xff, 0xff};
+    check(Zv_ClrConvert(converter.get(), pixel, first, 1, 1, 0, 0));
+    check(Zv_ClrConvert(converter.get(), pixel, second, 1, 1, 0, 0));
+    if (std::memcmp(first, second, sizeof first) != 0) {
+        throw LibraryError(ERR_METHOD_UNAVAILABLE);
+    }
+    return converter;
+}
+
 StripConverter::Handle StripConverter::createPixelConverter() const {
     static constexpr int32_t kPositions[] = {0, 1, 2};
     ClrYuvParams yuv = {};
@@ -219,7 +305,7 @@ void StripConverter::convert(const uint8_t* source, uint8_t* destination, int32_
         std::memcpy(destination, source, static_cast<size_t>(zvimage::layoutOf(conversion_.from).bytes(width, rows)));
         return;
     }
-    const bool profiles = conversion_.method != Method::kBuiltin;
+    const bool profiles = byProfiles();
     const uint8_t* input = source;
     if (profiles && conversion_.from == CLRSPACE_LAB) {
         offsetLab_.assign(source, source + bufferBytes(CLRSPACE_LAB, width, rows));

@@ -6,8 +6,11 @@
 #include <memory>
 #include <optional>
 #include <stdexcept>
+#include <string>
+#include <string_view>
 #include <vector>
 
+#include "emulation_table.h"
 #include "parameters.h"
 #include "zvclr.h"
 
@@ -23,7 +26,11 @@ private:
     int32_t code_;
 };
 
-enum class Method { kBuiltin, kIcc, kCustomIcc };
+enum class Method { kBuiltin, kIcc, kCustomIcc, kEmulation, kCustomEmulation };
+
+/// As the command line has it.
+const char* methodName(Method method);
+std::optional<Method> methodFromName(std::string_view name);
 
 /// The two spaces that hold red, green and blue.
 bool isHub(int32_t space);
@@ -33,6 +40,10 @@ bool isProfiled(int32_t space);
 bool iccServes(int32_t from, int32_t to);
 /// Whether two profiles of the caller can.
 bool customIccServes(int32_t from, int32_t to);
+/// Whether the library's emulation tables have a part in the way from one space to another.
+bool emulationServes(int32_t from, int32_t to);
+/// The one table that has; null when there is none, or two.
+const TableGrid* onlyTable(int32_t from, int32_t to);
 /// What converts a pair when nobody says it.
 Method defaultMethod(int32_t from, int32_t to);
 
@@ -44,6 +55,7 @@ struct Conversion {
     std::optional<ClrWhitePoint> white;
     std::vector<uint8_t> inputProfile;
     std::vector<uint8_t> outputProfile;
+    std::string table;  ///< name of a file that checkTable() has passed
     std::optional<int32_t> gcrLevel;
     std::optional<ClrLabParams> sourceLab;
     std::optional<ClrLabParams> destinationLab;
@@ -55,7 +67,7 @@ int32_t stripRows(int32_t width, int32_t rowUnit, const Conversion& conversion);
 
 class StripConverter {
 public:
-    /// Throws LibraryError, also when profiles turn out to be of no use.
+    /// Throws LibraryError, also when profiles or tables turn out to be of no use.
     explicit StripConverter(Conversion conversion);
 
     /// Bytes that the buffers for a strip must have, which can be more than its pixels.
@@ -82,10 +94,12 @@ private:
 
     Handle createConverter(int32_t from, int32_t to) const;
     Handle createProfileConverter(int32_t from, int32_t to);
+    Handle createTableConverter(int32_t from, int32_t to) const;
     Handle createPixelConverter() const;
     void addSteps();
     void addBuiltinStep(int32_t from, int32_t to, bool record);
-    void addProfileStep(int32_t from, int32_t to);
+    void addMethodStep(int32_t from, int32_t to);
+    bool byProfiles() const;
     void run(const Step& step, const uint8_t* source, uint8_t* destination, int32_t width, int32_t rows) const;
     void convertLastPixel(const uint8_t* source, uint8_t* destination, int32_t width, int32_t rows) const;
 
