@@ -38,15 +38,20 @@ inline constexpr BMFORMAT BM_KYMCQUADS = 773;
 
 /// The platform's calls under their own names. Either all are there or none.
 struct ZvColourManagement {
-    HPROFILE (*OpenColorProfileW)(PROFILE* profile, DWORD access, DWORD share, DWORD creation);
-    BOOL (*CloseColorProfile)(HPROFILE profile);
-    HTRANSFORM (*CreateMultiProfileTransform)
-    (HPROFILE* profiles, DWORD profileCount, DWORD* intents, DWORD intentCount, DWORD flags, DWORD preferredCmm);
-    BOOL (*TranslateBitmapBits)
-    (HTRANSFORM transform, void* source, BMFORMAT sourceFormat, DWORD width, DWORD height, DWORD sourceStride,
-     void* destination, BMFORMAT destinationFormat, DWORD destinationStride, LPBMCALLBACKFN callback,
-     LPARAM callbackData);
-    BOOL (*DeleteColorTransform)(HTRANSFORM transform);
+    using Open = HPROFILE(PROFILE* profile, DWORD access, DWORD share, DWORD creation);
+    using Close = BOOL(HPROFILE profile);
+    using Create = HTRANSFORM(HPROFILE* profiles, DWORD profileCount, DWORD* intents, DWORD intentCount, DWORD flags,
+                              DWORD preferredCmm);
+    using Translate = BOOL(HTRANSFORM transform, void* source, BMFORMAT sourceFormat, DWORD width, DWORD height,
+                           DWORD sourceStride, void* destination, BMFORMAT destinationFormat, DWORD destinationStride,
+                           LPBMCALLBACKFN callback, LPARAM callbackData);
+    using Delete = BOOL(HTRANSFORM transform);
+
+    Open* OpenColorProfileW;
+    Close* CloseColorProfile;
+    Create* CreateMultiProfileTransform;
+    Translate* TranslateBitmapBits;
+    Delete* DeleteColorTransform;
 
     bool IsPresent() const noexcept { return TranslateBitmapBits != nullptr; }
 };

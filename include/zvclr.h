@@ -372,8 +372,9 @@ typedef struct ZvBitmap {
  * to it as well: ERR_PROFILE_UNUSABLE when it cannot open them or make its transform,
  * ERR_BAD_POINTER for memory that cannot be read. Without an output profile it tries with the
  * input profile alone. Where there is no such colour management, the library's own transform
- * must exist, and so an output profile. A refusal for one of these reasons keeps what was built
- * until the library is unloaded.
+ * must exist: an output profile is needed, and the pairs of two of CLRSPACE_CMYK, CLRSPACE_LAB and
+ * CLRSPACE_XYZ, and those with CLRSPACE_XYZ, are refused. A refusal for one of these reasons keeps
+ * what was built until the library is unloaded.
  *
  * CLRMETHOD_CUSTOM_EMULATION: emulationTableName must exist whatever the spaces are
  * (ERR_FILE_NOT_FOUND) and is read for those that tables serve (ERR_FILE_READ). What the file

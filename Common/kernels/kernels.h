@@ -96,9 +96,9 @@ int32_t ClrEmulateLabToHub(const uint8_t* source, const EmulationTable* table, i
                            int32_t sourceRowExtra, int32_t destinationRowExtra, uint8_t* destination,
                            int32_t rgbFirst) noexcept;
 
-/// Binds the table of a pair: the built-in one, or with `custom` not 0 that of the caller's file. A pair without a table
-/// binds nothing and is no failure. 1, a negative code, or the system's error number when the file cannot be read. Each
-/// custom load from CMYK or to Lab leaves one block of the table's size unreleased.
+/// Binds the table of a pair: the built-in one, or with `custom` not 0 that of the caller's file. A pair without a
+/// table binds nothing and is no failure. 1, a negative code, or the system's error number when the file cannot be
+/// read. Each custom load from CMYK or to Lab leaves one block of the table's size unreleased.
 int32_t ClrLoadEmulationTable(ClrHandle* converter, int32_t sourceId, int32_t destinationId, const ClrParams* params,
                               int32_t custom) noexcept;
 /// Reads the pixels of a little-endian baseline TIFF of one strip into a new block, which holds the largest grid and is

@@ -19,7 +19,7 @@ struct BitmapTarget {
     int32_t rowExtra;  ///< clamped
 
     bool IsEmpty() const noexcept { return width < 1 || height < 1; }
-    /// Each pixel's row counts its padding three times over, and hosts reckon the padding from that.
+    /// The padding counts three times over, and hosts reckon it from that.
     RegionSize ImageBytes() const noexcept { return (RegionSize(width) + rowExtra) * height * kBitmapPixelBytes; }
     RegionSize RowsBytes() const noexcept { return (RegionSize(width) * kBitmapPixelBytes + rowExtra) * height; }
 };
@@ -31,8 +31,8 @@ int32_t ConvertToBitmap(const BitmapTarget& target, RegionSize bufferBytes, cons
     if (IsBadWritePtr(target.bitmap, sizeof *target.bitmap)) return ERR_BAD_POINTER;
     const HostBlock<uint8_t> buffer(bufferBytes.Bytes(), __LINE__, kFrameSource);
     if (!buffer) return ERR_NO_MEMORY;
-    // Some conversions succeed and write nothing.
-    HostFill(buffer.Data(), 0, static_cast<size_t>(bufferBytes.Bytes()));
+    // Some conversions succeed and write nothing. Pictures that are too large for any are not worth the time.
+    if (target.RowsBytes().Fits()) HostFill(buffer.Data(), 0, static_cast<size_t>(target.RowsBytes().Bytes()));
     const int32_t result = convert(buffer.Data());
     if (result != CLR_SUCCESS) return result;
 

@@ -186,7 +186,7 @@ Words RampTable(size_t entries) { return PowerTable(entries, 1.0); }
 Words PowerTable(size_t entries, double gamma) {
     Words table(entries);
     for (size_t i = 0; i < entries; ++i) {
-        const double position = static_cast<double>(i) / (static_cast<double>(entries) - 1.0);
+        const double position = entries > 1 ? static_cast<double>(i) / (static_cast<double>(entries) - 1.0) : 0.0;
         // A gamma of 1 is the exact ramp: no power that may fall short of it.
         const double value = gamma == 1.0 ? position : std::pow(position, gamma);
         table[i] = static_cast<uint16_t>(value * 65535.0 + 0.5);
