@@ -104,14 +104,15 @@ enum ClrSpaceId {
  *
  * On Windows CLRMETHOD_CUSTOM_ICC goes through the system's colour management (mscms.dll) when
  * both spaces are among CLRSPACE_RGB, CLRSPACE_BGR, CLRSPACE_CMYK, CLRSPACE_LAB and
- * CLRSPACE_XYZ; rows without padding are then aligned as the system likes: give padding, or
- * widths whose rows are multiples of 4 bytes. Elsewhere the library's own engine serves these
- * pairs too, but for CLRSPACE_XYZ.
+ * CLRSPACE_XYZ. The system aligns rows without padding to 4 bytes, and so reaches beyond buffers
+ * of other rows: give padding, widths whose rows are multiples of 4 bytes, or single rows. A white
+ * point has no part there. Elsewhere the library's own engine converts these pairs, but those with
+ * CLRSPACE_XYZ.
  *
  * The emulation methods serve CLRSPACE_CMYK and CLRSPACE_LAB to a hub and a hub to CLRSPACE_LAB,
  * whose a and b are signed there; a hub to CLRSPACE_CMYK takes the built-in kernel, which reads
- * B, G, R on either hub. Any other pair of a hub converts nothing and returns 1. See
- * docs/emulation.md.
+ * B, G, R on either hub. Any other pair of a hub, and a converter whose table is absent, convert
+ * nothing and return 1. See docs/emulation.md.
  */
 enum ClrMethod {
     CLRMETHOD_BUILTIN = 1,           /**< fixed arithmetic of each pair of spaces */
@@ -372,19 +373,21 @@ typedef struct ZvBitmap {
  * to it as well: ERR_PROFILE_UNUSABLE when it cannot open them or make its transform,
  * ERR_BAD_POINTER for memory that cannot be read. Without an output profile it tries with the
  * input profile alone. Where there is no such colour management, the library's own transform
- * must exist: an output profile is needed, and the pairs of two of CLRSPACE_CMYK, CLRSPACE_LAB and
- * CLRSPACE_XYZ, and those with CLRSPACE_XYZ, are refused. A refusal for one of these reasons keeps
- * what was built until the library is unloaded.
+ * must exist: an output profile is needed, and CLRSPACE_XYZ is refused. A refusal for one of these
+ * reasons keeps what was built until the library is unloaded.
  *
  * CLRMETHOD_CUSTOM_EMULATION: emulationTableName must exist whatever the spaces are
  * (ERR_FILE_NOT_FOUND) and is read for those that tables serve (ERR_FILE_READ). What the file
- * lacks is black. Reading a table from CLRSPACE_CMYK or to CLRSPACE_LAB keeps a block of its
- * size (250,563 or 108,300 bytes) for good, and the table itself is released with the
+ * lacks is black. Where the file is read, a table from CLRSPACE_CMYK or to CLRSPACE_LAB costs a
+ * block of its size (250,563 or 108,300 bytes) for good, and the table itself is released with the
  * converter only when CLRMETHOD_EMULATION is among its methods too.
  */
 ZVCLR_API int32_t Zv_ClrInit(ClrHandle** receiver, int32_t sourceSpace, int32_t destinationSpace, ClrParams* params);
 
-/** Zv_ClrInit with narrow names. ERR_BAD_POINTER if the record cannot be read; it is never written. */
+/**
+ * Zv_ClrInit with narrow names. ERR_BAD_POINTER if the record cannot be read; it is never written. A name that does
+ * not end, or that cannot be converted, is one that no file has.
+ */
 ZVCLR_API int32_t Zv_ClrInitA(ClrHandle** receiver, int32_t sourceSpace, int32_t destinationSpace,
                               const ClrParamsA* params);
 
@@ -418,10 +421,11 @@ ZVCLR_API int32_t Zv_ClrInitA(ClrHandle** receiver, int32_t sourceSpace, int32_t
  *   CLRMETHOD_CUSTOM_ICC becomes the only method. What other methods had built is then not
  *   released with the converter.
  * - CLRPARAM_PROFILES: both names are taken (cut at 259 characters, not checked) and the
- *   transform is made again; profiles in memory stay those that the converter has.
+ *   transform is made again; profiles in memory stay those that the converter has. A converter
+ *   without CLRMETHOD_CUSTOM_ICC keeps this transform for good.
  * - CLRPARAM_EMULATION_FILE: the table is read again for CLRSPACE_CMYK to a hub and CLRSPACE_RGB to
  *   CLRSPACE_LAB; other pairs lose theirs. A file that cannot be read is no failure: the table is
- *   black. Each call keeps a block of the table's size for good.
+ *   black. Each file that is read costs a block of the table's size for good.
  *
  * A transform that cannot be made again leaves none.
  */
@@ -508,12 +512,14 @@ ZVCLR_API int32_t Zv_ClrConvertDirect(int32_t sourceSpace, int32_t destinationSp
  * @param bitmap           the host's bitmap record, a ZvBitmap unless the library is linked with another host
  *                         layer. It is touched only after the conversion has succeeded; pixels that it owns are
  *                         released then.
- * @param bitmapRecordSize its size in bytes; one that is too small leaves the bitmap without pixels.
- * @param destinationRowExtra padding of the rows on their way to the bitmap.
+ * @param bitmapRecordSize its size in bytes; one that is too small leaves the bitmap as it is.
+ * @param destinationRowExtra padding of the rows on their way to the bitmap. Give 0: with the ICC methods and with
+ *                         equal spaces other rows are not where the bitmap looks for them. On pairs that the system's
+ *                         colour management converts (see ClrMethod), 0 asks for rows of multiples of 4 bytes.
  * The other arguments are those of Zv_ClrConvert; the padding of the last source row must be there.
- * @return 1; ERR_INVALID_PARAMETER (source or bitmap null, size below 1), ERR_BAD_POINTER,
- *         ERR_INVALID_HANDLE, ERR_COLORSPACE_UNSUPPORTED (another destination), ERR_NO_MEMORY, or the
- *         result of Zv_ClrConvert.
+ * @return 1 (also when the host has no memory for the pixels: they are null then); ERR_INVALID_PARAMETER (source or
+ *         bitmap null, size below 1 or above what 32 bits can count), ERR_BAD_POINTER, ERR_INVALID_HANDLE,
+ *         ERR_COLORSPACE_UNSUPPORTED (another destination), ERR_NO_MEMORY, or the result of Zv_ClrConvert.
  */
 ZVCLR_API int32_t Zv_ClrConvertToBitmap(const ClrHandle* converter, const void* source, void* bitmap,
                                         uint32_t bitmapRecordSize, int32_t width, int32_t height,

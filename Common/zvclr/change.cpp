@@ -191,7 +191,7 @@ int32_t Change::TakeLabParams() noexcept {
     return CLR_SUCCESS;
 }
 
-/// By the method now active: transforms are made again, the built-in kernels and tables have no use for a white yet,
+/// By the method now active: transforms are made again, for the built-in kernels and tables the white is only kept,
 /// and the others take none.
 int32_t Change::TakeWhitePoint() noexcept {
     if (!Names(CLRPARAM_WHITE_POINT)) return CLR_SUCCESS;

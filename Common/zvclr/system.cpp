@@ -3,6 +3,7 @@
 #include "Common/Zvtrans/transform.h"
 #include "Common/names.h"
 #include "Common/zvclr/frame.h"
+#include "Common/zvclr/records.h"
 #include "host/colour_management.h"
 
 namespace zv {
@@ -51,8 +52,7 @@ bool DescribeProfile(const ClrProfileMemory* memory, const ZvChar* name, PROFILE
         return true;
     }
     ClrProfileMemory record;
-    if (IsBadReadPtr(memory, sizeof record)) return false;
-    HostCopy(&record, memory, sizeof record);
+    if (!ReadRecord(memory, &record)) return false;
     const auto size = static_cast<DWORD>(record.dataSize);
     *profile = {PROFILE_MEMBUFFER, record.data, size};
     return !IsBadReadPtr(record.data, size);
@@ -117,13 +117,19 @@ int32_t Build(ClrHandle* converter, CallersProfiles& given, bool retry) noexcept
     return transform != nullptr ? int32_t{CLR_SUCCESS} : int32_t{ERR_PROFILE_UNUSABLE};
 }
 
-/// The role of the platform where it has no colour management.
+/// The role of the platform where it has no colour management. Conversions in two steps have no use for a transform;
+/// there the profiles are only tried, and the formats stay the ids.
 int32_t BuildOwn(ClrHandle* converter, const ClrParams& params, bool single) noexcept {
     CmmFreeTransform(converter->customTransform);
     converter->customTransform = nullptr;
     if (single) return ERR_PROFILE_UNUSABLE;
+    const uint32_t formats[] = {converter->sourceFormat, converter->destinationFormat};
     const int32_t result =
         ClrBuildCustomTransform(converter, converter->sourceSpace, converter->destinationSpace, &params);
+    if (converter->route == kRouteThroughHub) {
+        converter->sourceFormat = formats[0];
+        converter->destinationFormat = formats[1];
+    }
     if (result == ERR_NO_MEMORY) return result;
     return converter->customTransform != nullptr ? int32_t{CLR_SUCCESS} : int32_t{ERR_PROFILE_UNUSABLE};
 }
@@ -143,6 +149,7 @@ int32_t ClrBuildSystemTransform(ClrHandle* converter, const ClrParams* params) n
     CallersProfiles given{};
     if (!Describe(*params, &given)) return ERR_BAD_POINTER;
     if (ZvPlatformColours().IsPresent()) return Build(converter, given, true);
+    if (converter->route == kRouteThroughHub) return BuildOwn(converter, *params, given.single);
     return converter->customTransform != nullptr ? int32_t{CLR_SUCCESS} : int32_t{ERR_PROFILE_UNUSABLE};
 }
 

@@ -35,11 +35,6 @@ int32_t StoreIccTransform(ClrHandle* converter, uint32_t inputFormat, uint32_t o
     return status;
 }
 
-/// The fields hold other things where no transform can serve.
-bool HasFormatWords(const ClrHandle& converter) noexcept {
-    return CmmFindFormat(converter.sourceFormat) != nullptr && CmmFindFormat(converter.destinationFormat) != nullptr;
-}
-
 bool IsPrintOrLab(int32_t space) noexcept {
     return space == CLRSPACE_CMYK || space == CLRSPACE_CMY || space == CLRSPACE_LAB;
 }
@@ -47,8 +42,7 @@ bool IsPrintOrLab(int32_t space) noexcept {
 /// The converter's own copy of a caller's profile.
 int32_t CopyProfileMemory(const ClrProfileMemory* given, ClrProfileMemory** receiver) noexcept {
     ClrProfileMemory memory;
-    if (IsBadReadPtr(given, sizeof memory)) return ERR_INVALID_PARAMETER;
-    HostCopy(&memory, given, sizeof memory);
+    if (!ReadRecord(given, &memory)) return ERR_INVALID_PARAMETER;
     if (memory.dataSize == 0 || IsBadReadPtr(memory.data, memory.dataSize)) return ERR_INVALID_PARAMETER;
     auto* copy = static_cast<ClrProfileMemory*>(HostAlloc(sizeof memory, 1, __LINE__, kFrameSource));
     if (copy == nullptr) return ERR_NO_MEMORY;
@@ -173,14 +167,12 @@ int32_t ClrBuildCustomTransform(ClrHandle* converter, int32_t sourceSpace, int32
 }
 
 int32_t ClrRebuildIccTransform(ClrHandle* converter) noexcept {
-    if (!HasFormatWords(*converter)) return CLR_SUCCESS;
     return StoreIccTransform(converter, converter->sourceFormat, converter->destinationFormat);
 }
 
 int32_t ClrRebuildCustomTransform(ClrHandle* converter, uint32_t inputSize, uint32_t outputSize) noexcept {
     CmmFreeTransform(converter->customTransform);
     converter->customTransform = nullptr;
-    if (!HasFormatWords(*converter)) return CLR_SUCCESS;
     const auto fileOf = [](const ZvChar* name) { return name[0] != 0 ? name : nullptr; };
     const auto blockOf = [](const ClrProfileMemory* memory) { return memory != nullptr ? memory->data : nullptr; };
     const CmmSources sources = {1,

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "Common/memory.h"
+#include "Common/names.h"
 #include "Common/zvclr/frame.h"
 #include "Common/zvclr/records.h"
 
@@ -18,7 +19,12 @@ struct BitmapTarget {
     int32_t height;
     int32_t rowExtra;  ///< clamped
 
-    bool IsEmpty() const noexcept { return width < 1 || height < 1; }
+    /// Neither empty nor larger than a header can tell.
+    bool IsPicture() const noexcept { return width > 0 && height > 0 && ImageBytes().Bytes() <= int64_t{UINT32_MAX}; }
+    /// A smaller record cannot own pixels.
+    bool OwnsPixels() const noexcept {
+        return recordSize >= sizeof *bitmap && (bitmap->flags & kHostBitmapAllocated) != 0;
+    }
     /// The padding counts three times over, and hosts reckon it from that.
     RegionSize ImageBytes() const noexcept { return (RegionSize(width) + rowExtra) * height * kBitmapPixelBytes; }
     RegionSize RowsBytes() const noexcept { return (RegionSize(width) * kBitmapPixelBytes + rowExtra) * height; }
@@ -27,12 +33,12 @@ struct BitmapTarget {
 /// Converts into a buffer of its own, and gives that to the host.
 template <class Convert>
 int32_t ConvertToBitmap(const BitmapTarget& target, RegionSize bufferBytes, const Convert& convert) noexcept {
-    if (target.IsEmpty()) return ERR_INVALID_PARAMETER;
+    if (!target.IsPicture()) return ERR_INVALID_PARAMETER;
     if (IsBadWritePtr(target.bitmap, sizeof *target.bitmap)) return ERR_BAD_POINTER;
     const HostBlock<uint8_t> buffer(bufferBytes.Bytes(), __LINE__, kFrameSource);
     if (!buffer) return ERR_NO_MEMORY;
     // Some conversions succeed and write nothing. Pictures that are too large for any are not worth the time.
-    if (target.RowsBytes().Fits()) HostFill(buffer.Data(), 0, static_cast<size_t>(target.RowsBytes().Bytes()));
+    if (target.RowsBytes().Fits()) HostFill(buffer.Data(), 0, static_cast<size_t>(bufferBytes.Bytes()));
     const int32_t result = convert(buffer.Data());
     if (result != CLR_SUCCESS) return result;
 
@@ -43,12 +49,13 @@ int32_t ConvertToBitmap(const BitmapTarget& target, RegionSize bufferBytes, cons
     header.planes = 1;
     header.bitCount = 24;
     header.imageSize = static_cast<uint32_t>(target.ImageBytes().Bytes());
-    if ((target.bitmap->flags & kHostBitmapAllocated) != 0) HostFreeBitmap(target.bitmap);
+    if (target.OwnsPixels()) HostFreeBitmap(target.bitmap);
     HostDibToBitmap(target.bitmap, target.recordSize, &header, buffer.Data());
     return CLR_SUCCESS;
 }
 
-/// The same record in wide characters, for the length of a call. Names that cannot be converted are empty.
+/// The same record in wide characters, for the length of a call. A name that does not end or cannot be converted
+/// becomes one that no file has: too long, and without an end.
 class WideParams {
 public:
     explicit WideParams(const ClrParamsA* narrow) noexcept : narrow_(narrow) {
@@ -77,12 +84,16 @@ public:
     ClrParams* Value() noexcept { return narrow_ != nullptr ? &wide_ : nullptr; }
 
 private:
+    /// Stands for what cannot be converted; in no file's name, and no wildcard.
+    static constexpr ZvChar kNoCharacter = 0xFFFD;
+
     static void Widen(const char (&name)[CLR_NAME_LENGTH], ZvChar (&to)[CLR_NAME_LENGTH]) noexcept {
-        // A name without an end stays one that is too long.
         char ended[CLR_NAME_LENGTH];
         HostCopy(ended, name, CLR_NAME_LENGTH - 1);
         ended[CLR_NAME_LENGTH - 1] = 0;
-        Zv_A2W::Convert(ended, to, CLR_NAME_LENGTH);
+        const bool converted = Zv_A2W::Convert(ended, to, CLR_NAME_LENGTH) == CLR_SUCCESS;
+        if (converted && HostFind(name, 0, CLR_NAME_LENGTH) != nullptr) return;
+        for (int32_t i = converted ? ClrNameLength(to) : 0; i < CLR_NAME_LENGTH; ++i) to[i] = kNoCharacter;
     }
 
     const ClrParamsA* narrow_;

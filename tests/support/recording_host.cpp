@@ -23,6 +23,7 @@ struct State {
     std::unordered_map<void*, LiveBlock> live;
     std::vector<HostCall> calls;
     std::vector<BitmapCall> bitmapCalls;
+    std::optional<FileRequest> lastFileRequest;
     int64_t allocations = 0;
     int64_t failAllocation = 0;
     size_t failAbove = 0;
@@ -133,6 +134,7 @@ void RecordingHost::Reset() {
     const std::lock_guard guard(host.lock);
     host.calls.clear();
     host.bitmapCalls.clear();
+    host.lastFileRequest.reset();
     host.allocations = 0;
     host.failAllocation = 0;
     host.failAbove = 0;
@@ -208,6 +210,12 @@ std::vector<BitmapCall> RecordingHost::BitmapCalls() const {
     State& host = Host();
     const std::lock_guard guard(host.lock);
     return host.bitmapCalls;
+}
+
+std::optional<FileRequest> RecordingHost::LastFileRequest() const {
+    State& host = Host();
+    const std::lock_guard guard(host.lock);
+    return host.lastFileRequest;
 }
 
 void RecordingHost::FreeAllBut(const std::vector<LiveBlock>& before) {
@@ -297,11 +305,23 @@ int64_t HostFileSeek(HostFile file, int64_t offset, int32_t origin) noexcept {
 }
 HANDLE HostCreateFile(const ZvChar* name, DWORD access, DWORD share, void* security, DWORD disposition, DWORD flags,
                       HANDLE templateFile, int32_t, const ZvChar*) noexcept {
+    {
+        State& host = Host();
+        const std::lock_guard guard(host.lock);
+        host.lastFileRequest = {Text(name), access, share, security, disposition, flags, templateFile};
+    }
     if (FileAccessFails("HostCreateFile", 0)) return INVALID_HANDLE_VALUE;
     return CreateFileW(name, access, share, static_cast<SECURITY_ATTRIBUTES*>(security), disposition, flags,
                        templateFile);
 }
-void HostCloseFile(HANDLE handle, int32_t, const ZvChar*) noexcept { CloseHandle(handle); }
+void HostCloseFile(HANDLE handle, int32_t line, const ZvChar* file) noexcept {
+    {
+        State& host = Host();
+        const std::lock_guard guard(host.lock);
+        Record(host, "HostCloseFile", 0, line, file);
+    }
+    EXPECT_TRUE(CloseHandle(handle)) << "HostCloseFile of what is not open";
+}
 
 void HostFreeBitmap(HostBitmap* bitmap) noexcept {
     {
@@ -330,6 +350,8 @@ void HostDibToBitmap(HostBitmap* bitmap, uint32_t bitmapRecordSize, const HostDi
         call.bits.assign(bits, bits + block->second.size);
         host.bitmapCalls.push_back(std::move(call));
     }
+    // There is no room for pixels in such a record.
+    if (bitmapRecordSize < sizeof *bitmap) return;
     // The rows as they came, with what stands between them: tests look at these.
     const size_t size = RecordingHost::Get().BitmapCalls().back().bits.size();
     auto* pixels = static_cast<uint8_t*>(HostAllocShared(1, static_cast<int64_t>(size), __LINE__, nullptr));

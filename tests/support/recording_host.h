@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -37,6 +38,17 @@ struct BitmapCall {
     std::vector<uint8_t> bits;  ///< the whole block that they lie in
 };
 
+/// The arguments of an opening by HostCreateFile.
+struct FileRequest {
+    std::u16string name;
+    DWORD access;
+    DWORD share;
+    const void* security;
+    DWORD disposition;
+    DWORD attributes;
+    HANDLE templateFile;
+};
+
 /// The state behind the host operations of the test programs. Any thread may use it.
 class RecordingHost {
 public:
@@ -62,6 +74,8 @@ public:
     std::vector<LiveBlock> LiveBlocks() const;
     std::vector<HostCall> Calls() const;
     std::vector<BitmapCall> BitmapCalls() const;
+    /// The last one since the reset; nothing without one.
+    std::optional<FileRequest> LastFileRequest() const;
     /// Frees what the library left behind on purpose, so that leak checkers see only the rest. Takes blocks that were
     /// not live when `before` was taken.
     void FreeAllBut(const std::vector<LiveBlock>& before);

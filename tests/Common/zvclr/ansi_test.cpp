@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "tests/Common/zvclr/icc_fixture.h"
+#include "tests/support/recording_colours.h"
 
 namespace zv::test {
 namespace {
@@ -126,6 +127,39 @@ protected:
     Bytes Through(const ClrParamsA& params) {
         const NarrowConverter c(CLRSPACE_RGB, CLRSPACE_BGR, params);
         return c.Get() == nullptr ? Bytes() : ConvertSample(c.Get());
+    }
+    /// A name on each side in turn, the others good: whoever needs it finds no file.
+    void ExpectNoFile(const std::string& name) {
+        SCOPED_TRACE(::testing::PrintToString(name));
+        EXPECT_EQ(ERR_FILE_NOT_FOUND, FailingInitA(CLRSPACE_RGB, CLRSPACE_BGR, WithInput(name)));
+        ClrParamsA output = NarrowParams(CustomParams(&linear_, nullptr));
+        SetNarrow(output.outputProfileName, name);
+        EXPECT_EQ(ERR_FILE_NOT_FOUND, FailingInitA(CLRSPACE_RGB, CLRSPACE_BGR, output));
+        EXPECT_EQ(ERR_FILE_NOT_FOUND, FailingInitA(CLRSPACE_CMY, CLRSPACE_BGR, output));
+        for (const int32_t source : {CLRSPACE_CMYK, CLRSPACE_YUV}) {
+            ClrParamsA table = NarrowParams(MakeParams(CLRMETHOD_CUSTOM_EMULATION, CLRMETHOD_CUSTOM_EMULATION));
+            SetNarrow(table.emulationTableName, name);
+            EXPECT_EQ(ERR_FILE_NOT_FOUND, FailingInitA(source, CLRSPACE_RGB, table));
+        }
+        EXPECT_EQ(0, RegisteredCount());
+    }
+    /// The same name on all sides, for converters that do not look at it.
+    void ExpectNotNeeded(const std::string& name) {
+        SCOPED_TRACE(::testing::PrintToString(name));
+        for (const uint32_t method : {CLRMETHOD_BUILTIN, CLRMETHOD_ICC, CLRMETHOD_EMULATION}) {
+            ClrParamsA params = NarrowParams(MakeParams(method, method));
+            for (auto* field : {&params.inputProfileName, &params.outputProfileName, &params.emulationTableName}) {
+                SetNarrow(*field, name);
+            }
+            const NarrowConverter c(CLRSPACE_RGB, CLRSPACE_LAB, params);
+            EXPECT_EQ(method, c->activeMethod);
+        }
+        ClrParamsA inMemory = NarrowParams(CustomParams(&linear_, &steep_));
+        const Bytes expected = Through(inMemory);
+        for (auto* field : {&inMemory.inputProfileName, &inMemory.outputProfileName, &inMemory.emulationTableName}) {
+            SetNarrow(*field, name);
+        }
+        EXPECT_EQ(expected, Through(inMemory)) << "memory goes before a name";
     }
     /// A name of exactly so many bytes for a file in the folder.
     std::string LongName(const std::string& file, size_t bytes) {
@@ -278,6 +312,25 @@ TEST_F(AnsiNames, UnendedNamesAreNeverReadBehindTheirField) {
     EXPECT_EQ(Wide(259, ZvChar{'x'}), Wide(c->emulationTableName)) << "cut";
 }
 
+TEST_F(AnsiNames, UnendedNamesLeadToNoFileOnAnySide) { ExpectNoFile(std::string(264, 'x')); }
+
+TEST_F(AnsiNames, UnendedNamesNeverReachThePlatform) {
+    RecordingColours colours;
+    for (const bool onInput : {true, false}) {
+        ClrParamsA params = NarrowParams(CustomParams(nullptr, nullptr));
+        SetNarrow(params.inputProfileName, "in.icc");
+        SetNarrow(params.outputProfileName, "out.icc");
+        SetNarrow(onInput ? params.inputProfileName : params.outputProfileName, std::string(264, 'x'));
+        colours.Forget();
+        EXPECT_EQ(ERR_PROFILE_UNUSABLE, FailingInitA(CLRSPACE_CMYK, CLRSPACE_LAB, params));
+        ASSERT_EQ("open close", colours.Order());
+        EXPECT_EQ(onInput ? u"out.icc" : u"in.icc", colours.Calls()[0].name);
+    }
+    ReleaseAllConverters();
+}
+
+TEST_F(AnsiNames, BadNamesThatNoMethodNeeds) { ExpectNotNeeded(std::string(264, 'x')); }
+
 TEST_F(AnsiNames, BeyondTheSmallAlphabet) {
     // In the system's own narrow encoding, whatever that is.
     const std::filesystem::path path =
@@ -310,19 +363,30 @@ TEST_F(AnsiNames, CharactersAreCountedAndNotBytes) {
     EXPECT_EQ(expected, Through(WithInput(painted.string()))) << "two 16-bit units";
 }
 
-TEST_F(AnsiNames, WhatIsNoUtf8IsAnEmptyName) {
+TEST_F(AnsiNames, WhatIsNoUtf8LeadsToNoFileOnAnySide) {
     const std::string folder = NarrowOf(WideOf(folder_.Path())) + "/";
     for (const char* bad : {"\xFF.icc", "a\x80", "\xC3(", "\xE6\x97", "\xED\xA0\x80", "\xC0\xAF", "\xF5\x80\x80\x80"}) {
-        EXPECT_EQ(ERR_FILE_NOT_FOUND, FailingInitA(CLRSPACE_RGB, CLRSPACE_BGR, WithInput(folder + bad)));
-        ClrParamsA output = NarrowParams(CustomParams(&linear_, nullptr));
-        SetNarrow(output.outputProfileName, folder + bad);
-        const NarrowConverter c(CLRSPACE_CMY, CLRSPACE_BGR, output);
-        EXPECT_EQ(nullptr, c->customTransform) << "no output profile is given";
+        ExpectNoFile(bad);
+        ExpectNoFile(folder + bad);
+        ExpectNotNeeded(folder + bad);
     }
+    ExpectNoFile(NarrowOf(linearFile_) + "\xFF");
     // The field's end cuts a letter in two.
-    std::string cut(262, 'x');
-    cut += "\xC3\xA4";
-    EXPECT_EQ(ERR_FILE_NOT_FOUND, FailingInitA(CLRSPACE_RGB, CLRSPACE_BGR, WithInput(cut)));
+    ExpectNoFile(std::string(262, 'x') + "\xC3\xA4");
+    ExpectNoFile(std::string(261, 'x') + "\xE6\x97\xA5");
+}
+
+TEST_F(AnsiNames, ChangesCutWhatIsNoUtf8) {
+    const Converter c(CLRSPACE_RGB, CLRSPACE_HSV);
+    ClrParamsA change = NarrowParams(MakeParams(CLRPARAM_PROFILES | CLRPARAM_EMULATION_FILE, 0));
+    SetNarrow(change.inputProfileName, NarrowOf(linearFile_) + "\xFF");
+    SetNarrow(change.outputProfileName, "\xC3(");
+    SetNarrow(change.emulationTableName, std::string(262, 'x') + "\xC3\xA4");
+    EXPECT_EQ(CLR_SUCCESS, Zv_ClrSetConversionParamsA(c.Get(), &change));
+    for (const ZvChar* name : {c->inputProfileName, c->outputProfileName, c->emulationTableName}) {
+        EXPECT_EQ(259U, Wide(name).size());
+        EXPECT_EQ(0, ClrFileExists(name));
+    }
 }
 #endif
 

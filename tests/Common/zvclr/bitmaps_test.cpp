@@ -159,22 +159,48 @@ TEST_F(Bitmaps, EmptySizes) {
     ExpectUntouched(MarkedBitmap());
 }
 
-TEST_F(Bitmaps, LargestSizesAndPaddings) {
+TEST_F(Bitmaps, SizesThatAHeaderCannotTell) {
     const Converter c(CLRSPACE_YUV, CLRSPACE_RGB);
     constexpr int32_t kMost = INT32_MAX;
     host_->FailAllocationsAbove(size_t{1} << 24);
-    for (const auto& [width, height] : {std::pair(kMost, 1), std::pair(1, kMost), std::pair(kMost, kMost),
-                                        std::pair(715827883, 1), std::pair(65536, 65536), std::pair(37838, 37838)}) {
-        for (const int32_t extra : {0, 1, kMost}) {
-            EXPECT_EQ(ERR_BAD_POINTER, Into(c.Get(), pixels_.data(), width, height, 0, extra));
-            EXPECT_EQ(ERR_BAD_POINTER, Into(c.Get(), pixels_.data(), width, height, kMost, extra));
-            EXPECT_EQ(ERR_NO_MEMORY, DirectInto(1, 0, pixels_.data(), width, height, 0, extra));
-        }
+    const struct {
+        int32_t width;
+        int32_t height;
+        int32_t extra;
+        int32_t result;
+    } cases[] = {
+        {1431655765, 1, 0, ERR_NO_MEMORY},  // 2^32 - 1 bytes
+        {1431655766, 1, 0, ERR_INVALID_PARAMETER},
+        {1, 1431655765, 0, ERR_NO_MEMORY},
+        {1, 1431655766, 0, ERR_INVALID_PARAMETER},
+        {1, 1, 1431655764, ERR_NO_MEMORY},
+        {1, 1, 1431655765, ERR_INVALID_PARAMETER},
+        {37837, 37837, 0, ERR_NO_MEMORY},
+        {37838, 37838, 0, ERR_INVALID_PARAMETER},
+        {715827883, 1, 0, ERR_NO_MEMORY},
+        {715827883, 1, 1, ERR_NO_MEMORY},
+        {715827883, 2, 0, ERR_INVALID_PARAMETER},  // 2 in 32 bits
+        {65536, 65536, 0, ERR_INVALID_PARAMETER},  // 0 in 32 bits
+        {65536, 65536, 65536, ERR_INVALID_PARAMETER},
+        {kMost, 1, 0, ERR_INVALID_PARAMETER},
+        {1, kMost, 0, ERR_INVALID_PARAMETER},
+        {1, 1, kMost, ERR_INVALID_PARAMETER},
+        {kMost, kMost, 0, ERR_INVALID_PARAMETER},
+        {kMost, kMost, kMost, ERR_INVALID_PARAMETER},
+        {1431655765, 1, -1, ERR_NO_MEMORY},
+        {1431655766, 1, INT32_MIN, ERR_INVALID_PARAMETER},
+    };
+    for (const auto& size : cases) {
+        SCOPED_TRACE(std::to_string(size.width) + " x " + std::to_string(size.height) + ", " +
+                     std::to_string(size.extra));
+        EXPECT_EQ(size.result, DirectInto(1, 0, pixels_.data(), size.width, size.height, 0, size.extra));
+        const bool small = size.width == 1 && size.height == 1;
+        EXPECT_EQ(small ? size.result : int32_t{ERR_BAD_POINTER},
+                  Into(c.Get(), pixels_.data(), size.width, size.height, 0, size.extra));
+        EXPECT_EQ(ERR_BAD_POINTER, Into(c.Get(), pixels_.data(), size.width, size.height, kMost, size.extra));
     }
-    EXPECT_EQ(ERR_NO_MEMORY, Into(c.Get(), pixels_.data(), 1, 1, 0, kMost));
-    EXPECT_EQ(ERR_NO_MEMORY, Into(c.Get(), pixels_.data(), 100, 10, 0, kMost));
-    EXPECT_EQ(ERR_NO_MEMORY, DirectInto(1, 0, pixels_.data(), 1, 1, 0, kMost));
-    EXPECT_EQ(ERR_BAD_POINTER, Into(c.Get(), pixels_.data(), 1, 1, kMost));
+    EXPECT_EQ(ERR_NO_MEMORY, Into(c.Get(), pixels_.data(), 100, 10, 0, 143165476)) << "2^32 - 16 bytes";
+    EXPECT_EQ(ERR_INVALID_PARAMETER, Into(c.Get(), pixels_.data(), 100, 10, 0, 143165477)) << "and 14 more than 2^32";
     EXPECT_EQ(ERR_BAD_POINTER, DirectInto(1, 0, pixels_.data(), 1, 1, kMost));
     ExpectUntouched(MarkedBitmap());
 }
@@ -223,6 +249,30 @@ TEST_F(Bitmaps, RecordSizeIsPassedOn) {
         EXPECT_EQ(CLR_SUCCESS, Zv_ClrConvertDirectToBitmap(1, 0, pixels_.data(), &bitmap_, size, 2, 2, 0, 0));
         EXPECT_EQ(size, LastFilling().recordSize);
     }
+}
+
+/// What the flags of a smaller record say is not its own.
+TEST_F(Bitmaps, SmallerRecordsKeepTheirPixels) {
+    const Converter c(CLRSPACE_YUV, CLRSPACE_RGB);
+    ASSERT_EQ(CLR_SUCCESS, Into(c.Get(), pixels_.data(), 2, 2));
+    ASSERT_EQ(0x81U, bitmap_.flags);
+    for (const uint32_t flags : {0x81U, 0x80U}) {
+        bitmap_.flags = flags;
+        const HostBitmap before = bitmap_;
+        for (const uint32_t size : {0U, 1U, 24U, 31U}) {
+            host_->Reset();
+            EXPECT_EQ(CLR_SUCCESS, Zv_ClrConvertToBitmap(c.Get(), pixels_.data(), &bitmap_, size, 2, 2, 0, 0));
+            EXPECT_EQ(CLR_SUCCESS, Zv_ClrConvertDirectToBitmap(1, 0, pixels_.data(), &bitmap_, size, 2, 2, 0, 0));
+            EXPECT_EQ(2U, host_->BitmapCalls().size()) << "nothing is released, flags " << flags << ", size " << size;
+            EXPECT_EQ("HostDibToBitmap", host_->BitmapCalls().at(0).operation);
+            EXPECT_EQ("HostDibToBitmap", host_->BitmapCalls().at(1).operation);
+            EXPECT_TRUE(SameBitmap(before, bitmap_));
+        }
+    }
+    bitmap_.flags = 0x81;
+    host_->Reset();
+    EXPECT_EQ(CLR_SUCCESS, Into(c.Get(), pixels_.data(), 2, 2));
+    EXPECT_EQ("HostFreeBitmap", host_->BitmapCalls().at(0).operation);
 }
 
 TEST_F(Bitmaps, RowsAreThoseOfTheConversion) {
@@ -314,6 +364,7 @@ TEST_F(Bitmaps, PlatformMayAlignRowsThatComeWithoutPadding) {
     for (int32_t width = 1; width <= 8; ++width) {
         ASSERT_EQ(CLR_SUCCESS, Into(c.Get(), pixels_.data(), width, 5));
         EXPECT_GE(LastFilling().bits.size(), static_cast<size_t>((width * 3 + 3) / 4 * 4 * 5)) << width;
+        EXPECT_EQ(Bytes(LastFilling().bits.size()), LastFilling().bits) << "black as far as it reaches";
         EXPECT_EQ(0U, colours.Calls().back().destinationStride);
         ExpectHeader(LastFilling().header, width, 5, static_cast<uint32_t>(width * 5 * 3));
         ASSERT_EQ(CLR_SUCCESS, Into(c.Get(), pixels_.data(), width, 5, 0, 2));

@@ -63,6 +63,17 @@ inline bool SameWhite(const ClrWhitePoint* own, const ClrWhitePoint& white) {
 /// Names of a converter end.
 inline Wide NameOf(const ZvChar (&name)[kConverterNameLength]) { return name; }
 
+/// A name of 259 characters, as long as a converter's can be, for a file in the folder.
+inline Wide LongName(const TemporaryFolder& folder, const std::string& file) {
+    constexpr size_t kLongest = 259;
+    Wide name = WideOf(folder.Path());
+    name += ZvChar{'/'};
+    EXPECT_LT(name.size() + file.size(), kLongest) << "the folder's own name is too long";
+    if ((kLongest - name.size() - file.size()) % 2 != 0) name += ZvChar{'/'};
+    while (name.size() + file.size() < kLongest) name.append({ZvChar{'.'}, ZvChar{'/'}});
+    return name + Wide(file.begin(), file.end());
+}
+
 /// An address that nobody can read.
 class Nowhere {
 public:

@@ -104,6 +104,7 @@ TEST_F(ChangeWithoutMemory, ReaderWithoutABlockLeavesNoTable) {
         EXPECT_EQ(CLR_SUCCESS, FailAt(3, c, Change(CLRPARAM_CMYK | CLRPARAM_EMULATION_FILE)));
         EXPECT_TRUE(reached_);
         EXPECT_EQ(400, c->cmykParams->gcrLevel);
+        EXPECT_EQ(nullptr, c->customEmulationTable);
         ASSERT_EQ(CLR_SUCCESS, ChangeMethod(c, CLRMETHOD_CUSTOM_EMULATION));
         const Converted out = ConvertPixels(c, Bytes(4), 1);
         EXPECT_EQ(CLR_SUCCESS, out.result);

@@ -155,13 +155,35 @@ TEST_F(ReplaceProfiles, ServedPairs) {
     EXPECT_EQ(1U, toXyz->methods);
 }
 
+/// There the profiles are only tried.
 TEST_F(ReplaceProfiles, TwoStepsThroughTheHubGoOnAsTheyDid) {
     const Converter c(CLRSPACE_CMYK, CLRSPACE_LAB);
+    ClrParams params = CustomParams(&press_, &lab_);
+    const Converter prepared(CLRSPACE_CMYK, CLRSPACE_LAB, &params);
     const Bytes before = ConvertSample(c.Get());
-    EXPECT_EQ(CLR_SUCCESS, Change(c, Replacing(&press_, &lab_)));
-    EXPECT_NE(nullptr, c->customTransform);
-    EXPECT_EQ(4U, c->activeMethod);
-    EXPECT_EQ(before, ConvertSample(c.Get()));
+    for (const Converter* changed : {&c, &prepared}) {
+        const uint32_t source = (*changed)->sourceFormat, destination = (*changed)->destinationFormat;
+        for (int round = 0; round < 2; ++round) {
+            EXPECT_EQ(CLR_SUCCESS, Change(*changed, Replacing(&press_, &lab_)));
+            EXPECT_NE(nullptr, (*changed)->customTransform);
+            EXPECT_EQ(4U, (*changed)->methods);
+            EXPECT_EQ(4U, (*changed)->activeMethod);
+            EXPECT_EQ(source, (*changed)->sourceFormat);
+            EXPECT_EQ(destination, (*changed)->destinationFormat);
+            EXPECT_EQ(before, ConvertSample(changed->Get()));
+        }
+    }
+    EXPECT_EQ(2U, prepared->sourceFormat);
+    EXPECT_EQ(7U, prepared->destinationFormat);
+    // Profiles of other spaces, and one side alone.
+    for (const ClrParams& refused :
+         {Replacing(&lab_, &press_), Replacing(&press_, &steep_), Replacing(&press_, nullptr)}) {
+        EXPECT_EQ(ERR_PROFILE_UNUSABLE, Change(prepared, refused));
+        EXPECT_EQ(nullptr, prepared->customTransform);
+        EXPECT_EQ(2U, prepared->sourceFormat);
+        EXPECT_EQ(7U, prepared->destinationFormat);
+        EXPECT_EQ(before, ConvertSample(prepared.Get()));
+    }
 }
 
 TEST_F(ReplaceProfiles, RefusalsLeaveNoTransform) {
@@ -205,12 +227,12 @@ TEST_F(ReplaceProfiles, MemoryThatCannotBeRead) {
         for (const bool onInput : {true, false}) {
             ClrParams params = CustomParams(&linear_, &steep_);
             const Converter c(CLRSPACE_RGB, CLRSPACE_BGR, &params);
-            ClrParams change = Replacing(&linear_, &steep_);
+            const Bytes before = FieldsOf(c);
+            ClrParams change = Replacing(&steep_, &linear_);
             (onInput ? change.inputProfileMemory : change.outputProfileMemory) = bad;
             EXPECT_EQ(ERR_BAD_POINTER, Change(c, change));
-            EXPECT_EQ(4U, c->methods);
-            EXPECT_EQ(c->customTransform == nullptr ? ERR_INVALID_PARAMETER : CLR_SUCCESS,
-                      ConvertPixels(c, Bytes(64), 4).result);
+            EXPECT_EQ(before, FieldsOf(c)) << "the transform stays";
+            EXPECT_EQ(Through(linear_, steep_), ConvertSample(c.Get()));
         }
     }
 }
@@ -379,6 +401,18 @@ TEST_F(ChangeProfiles, NamesAreCutAndNotLookedAt) {
     EXPECT_EQ(Through(linear_, steep_), ConvertSample(c.Get()));
 }
 
+TEST_F(ChangeProfiles, FilesAreReadByTheCutNames) {
+    ClrParams params = CustomParams(nullptr, nullptr);
+    SetName(params.inputProfileName, linearFile_);
+    SetName(params.outputProfileName, steepFile_);
+    const Converter c(CLRSPACE_RGB, CLRSPACE_BGR, &params);
+    const Wide steep = LongName(folder_, "steep.icc"), linear = LongName(folder_, "linear.icc");
+    EXPECT_EQ(CLR_SUCCESS, Change(c, Named(CLRPARAM_PROFILES, steep + Wide(4, ZvChar{'x'}), linear + Wide(5, 'x'))));
+    EXPECT_EQ(steep, NameOf(c->inputProfileName));
+    EXPECT_EQ(linear, NameOf(c->outputProfileName));
+    EXPECT_EQ(Through(steep_, linear_), ConvertSample(c.Get()));
+}
+
 TEST_F(ChangeProfiles, FilesThatAreNoProfileOrOfAnotherSpace) {
     ClrParams params = CustomParams(nullptr, nullptr);
     SetName(params.inputProfileName, linearFile_);
@@ -438,13 +472,27 @@ TEST_F(ChangeProfiles, StoredWhiteIsUsed) {
 TEST_F(ChangeProfiles, ConvertersWithoutFormatsKeepTheNames) {
     const Converter plain(CLRSPACE_RGB, CLRSPACE_BGR), copying(CLRSPACE_LAB, CLRSPACE_LAB),
         twoSteps(CLRSPACE_CMYK, CLRSPACE_LAB);
-    for (const Converter* c : {&plain, &copying, &twoSteps}) {
-        const Bytes before = ConvertSample(c->Get());
-        EXPECT_EQ(CLR_SUCCESS, Change(*c, Named(CLRPARAM_PROFILES, linearFile_, steepFile_)));
-        EXPECT_EQ(nullptr, (*c)->customTransform);
-        EXPECT_EQ(linearFile_, NameOf((*c)->inputProfileName));
-        EXPECT_EQ(before, ConvertSample(c->Get()));
+    const Wide none = folder_.Write("none.icc", Bytes(300));
+    const size_t blocks = host_.Leaked();
+    const struct {
+        Wide input;
+        Wide output;
+        int32_t result;
+    } cases[] = {{linearFile_, steepFile_, CLR_SUCCESS},   {missingFile_, steepFile_, CLR_SUCCESS},
+                 {linearFile_, missingFile_, CLR_SUCCESS}, {{}, {}, CLR_SUCCESS},
+                 {none, steepFile_, ERR_PROFILE_LOAD},     {linearFile_, none, ERR_PROFILE_LOAD},
+                 {linearFile_, {}, ERR_PROFILE_LOAD}};  // no format, no built-in profile
+    for (const auto& names : cases) {
+        for (const Converter* c : {&plain, &copying, &twoSteps}) {
+            const Bytes before = ConvertSample(c->Get());
+            EXPECT_EQ(names.result, Change(*c, Named(CLRPARAM_PROFILES, names.input, names.output)));
+            EXPECT_EQ(nullptr, (*c)->customTransform);
+            EXPECT_EQ(names.input, NameOf((*c)->inputProfileName));
+            EXPECT_EQ(names.output, NameOf((*c)->outputProfileName));
+            EXPECT_EQ(before, ConvertSample(c->Get()));
+        }
     }
+    EXPECT_EQ(blocks, host_.Leaked());
 }
 
 /// The formats of the built-in profiles serve the caller's; but a method that is not among the converter's releases

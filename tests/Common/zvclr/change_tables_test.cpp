@@ -139,6 +139,19 @@ TEST_F(ChangeTables, NamesAreCut) {
     ExpectLeft(1);
 }
 
+TEST_F(ChangeTables, FileIsReadByTheCutName) {
+    const Wide name = LongName(folder_, "inks.tif");
+    {
+        const Converter c(CLRSPACE_CMYK, CLRSPACE_RGB);
+        for (const size_t more : {1U, 4U, 5U}) {
+            EXPECT_EQ(CLR_SUCCESS, Change(c, Read(name + Wide(more, ZvChar{'x'}))));
+            EXPECT_EQ(name, NameOf(c->emulationTableName));
+            EXPECT_EQ(InkNode(inks_, 1, 2, 3, 4), NodeThrough(c)) << more;
+        }
+    }
+    ExpectLeft(4);
+}
+
 // --- Files ----------------------------------------------------------------------------------------------------------
 
 TEST_F(ChangeTables, FilesThatCannotBeReadGiveABlackTable) {

@@ -143,30 +143,62 @@ TEST(ChangeWhite, InksOfBothWays) {
     EXPECT_EQ(before, ConvertSample(fromYcck.Get())) << "no white shows on this way";
 }
 
+/// The ids stand in the place of the formats, and no profile is there for them.
 TEST(ChangeWhite, TwoStepsThroughTheHubHaveNoTransform) {
     const HostScope host;
     ClrParams params = MakeParams(1 | 2 | 4, 1);
-    const Converter c(CLRSPACE_CMYK, CLRSPACE_YUV, &params);
-    const Bytes before = ConvertSample(c.Get());
-    for (const uint32_t method : {1U, 2U, 4U}) {
-        ASSERT_EQ(CLR_SUCCESS, ChangeMethod(c, method));
-        for (const ClrWhitePoint& white : {kBlue, kDaylight}) {
-            EXPECT_EQ(CLR_SUCCESS, ChangeWhite(c, white));
-            EXPECT_TRUE(SameWhite(c->whitePoint, white));
+    for (const auto& [source, destination] : {std::pair(2, 1), std::pair(2, 6), std::pair(6, 1), std::pair(1, 3)}) {
+        SCOPED_TRACE(std::to_string(source) + " to " + std::to_string(destination));
+        const Converter c(source, destination, &params);
+        const size_t blocks = host.Leaked();
+        const Bytes before = ConvertSample(c.Get());
+        for (const uint32_t method : {1U, 2U, 4U}) {
+            ASSERT_EQ(CLR_SUCCESS, ChangeMethod(c, method));
+            for (const ClrWhitePoint& white : {kBlue, kDaylight}) {
+                EXPECT_EQ(method == 2 ? ERR_PROFILE_LOAD : CLR_SUCCESS, ChangeWhite(c, white));
+                EXPECT_TRUE(SameWhite(c->whitePoint, white)) << "taken over in any case";
+            }
+            EXPECT_EQ(nullptr, c->iccTransform);
+            EXPECT_EQ(nullptr, c->customTransform);
+            EXPECT_EQ(before, ConvertSample(c.Get()));
         }
-        EXPECT_EQ(nullptr, c->iccTransform);
-        EXPECT_EQ(nullptr, c->customTransform);
-        EXPECT_EQ(before, ConvertSample(c.Get()));
+        EXPECT_EQ(blocks, host.Leaked());
     }
+}
+
+TEST(ChangeWhite, RefusedTransformEndsTheChange) {
+    const HostScope host;
+    ClrParams params = MakeParams(2, 2);
+    const Converter c(CLRSPACE_CMYK, CLRSPACE_YUV, &params);
+    ClrWhitePoint white = kBlue;
+    ClrParams change = ChangeOf(CLRPARAM_WHITE_POINT | CLRPARAM_PROFILES | CLRPARAM_EMULATION_FILE);
+    change.whitePoint = &white;
+    SetName(change.inputProfileName, {ZvChar{'i'}});
+    SetName(change.emulationTableName, {ZvChar{'t'}});
+    EXPECT_EQ(ERR_PROFILE_LOAD, Change(c, change));
+    EXPECT_EQ(0, c->inputProfileName[0]);
+    EXPECT_EQ(0, c->emulationTableName[0]);
 }
 
 TEST(ChangeWhite, TwoHubsHaveATransformOnlyWithFormats) {
     const HostScope host;
     ClrParams icc = MakeParams(2, 2);
-    const Converter none(CLRSPACE_RGB, CLRSPACE_BGR, &icc);
-    EXPECT_EQ(CLR_SUCCESS, ChangeWhite(none, kBlue));
-    EXPECT_EQ(nullptr, none->iccTransform);
-    EXPECT_EQ(ERR_INVALID_PARAMETER, ConvertPixels(none, Bytes(12), 4).result);
+    for (const auto& [source, destination] : {std::pair(0, 12), std::pair(12, 0)}) {
+        const Converter none(source, destination, &icc);
+        const size_t blocks = host.Leaked();
+        for (int round = 0; round < 2; ++round) {
+            EXPECT_EQ(ERR_PROFILE_LOAD, ChangeWhite(none, kBlue));
+            EXPECT_EQ(nullptr, none->iccTransform);
+            EXPECT_TRUE(SameWhite(none->whitePoint, kBlue));
+            EXPECT_EQ(ERR_COLORSPACE_UNSUPPORTED, ChangeWhite(none, kDaylight)) << "both formats are none";
+            EXPECT_EQ(nullptr, none->iccTransform);
+            EXPECT_TRUE(SameWhite(none->whitePoint, kDaylight));
+        }
+        const Converted out = ConvertPixels(none, Bytes(12), 4);
+        EXPECT_EQ(ERR_INVALID_PARAMETER, out.result);
+        EXPECT_TRUE(IsUntouched(out.pixels));
+        EXPECT_EQ(blocks, host.Leaked());
+    }
 
     // The formats of the caller's profiles serve the built-in ones too.
     MemoryProfile profile(GammaProfile(0x0200));
@@ -431,7 +463,43 @@ TEST_F(ChangeWhiteOfProfiles, MethodWithoutProfilesHasNone) {
     EXPECT_EQ(CLR_SUCCESS, Change(c, WhiteChange(kBlue)));
     EXPECT_TRUE(SameWhite(c->whitePoint, kBlue));
     EXPECT_EQ(nullptr, c->customTransform);
+    EXPECT_EQ(ERR_COLORSPACE_UNSUPPORTED, Change(c, WhiteChange(kDaylight))) << "both formats are none";
+    EXPECT_TRUE(SameWhite(c->whitePoint, kDaylight));
+    EXPECT_EQ(nullptr, c->customTransform);
     EXPECT_EQ(ERR_INVALID_PARAMETER, ConvertPixels(c, Bytes(12), 4).result);
+}
+
+/// The names come into a converter that has no formats for them.
+TEST_F(ChangeWhiteOfProfiles, WithoutFormatsProfilesMakeNoTransform) {
+    const Wide linear = folder_.Write("linear.icc", linear_.bytes), steep = folder_.Write("steep.icc", steep_.bytes),
+               none = folder_.Write("none.icc", Bytes(200));
+    ClrParams params = MakeParams(1 | 4, 4);
+    const Converter oneStep(CLRSPACE_RGB, CLRSPACE_YUV, &params), twoSteps(CLRSPACE_CMYK, CLRSPACE_YUV, &params);
+    const size_t blocks = host_.Leaked();
+    const struct {
+        Wide input;
+        Wide output;
+        int32_t result;
+    } cases[] = {{linear, steep, CLR_SUCCESS},     {linear, WideOf(folder_.Path() / "missing.icc"), CLR_SUCCESS},
+                 {{}, steep, CLR_SUCCESS},         {none, steep, ERR_PROFILE_LOAD},
+                 {linear, none, ERR_PROFILE_LOAD}, {linear, {}, ERR_PROFILE_LOAD}};
+    for (const auto& names : cases) {
+        for (const ClrWhitePoint& white : {kBlue, kDaylight}) {
+            ClrParams change = WhiteChange(white);
+            change.methods |= CLRPARAM_PROFILES;
+            SetName(change.inputProfileName, names.input);
+            SetName(change.outputProfileName, names.output);
+            // Two formats that are none are equal ones, and have no white by its chromaticities.
+            EXPECT_EQ(white.whiteCode == 0 ? int32_t{ERR_COLORSPACE_UNSUPPORTED} : names.result,
+                      Change(oneStep, change));
+            EXPECT_EQ(names.result, Change(twoSteps, change));
+            for (const Converter* c : {&oneStep, &twoSteps}) {
+                EXPECT_EQ(nullptr, (*c)->customTransform);
+                EXPECT_EQ(names.output, NameOf((*c)->outputProfileName));
+            }
+        }
+    }
+    EXPECT_EQ(blocks, host_.Leaked());
 }
 
 }  // namespace

@@ -45,6 +45,7 @@ void HostMove(void* destination, const void* source, size_t count) noexcept {
     std::memmove(destination, source, count);
 }
 void HostFill(void* destination, uint8_t value, size_t count) noexcept { std::memset(destination, value, count); }
+const uint8_t* HostFind(const void*, uint8_t, size_t) noexcept { return nullptr; }
 // A host without files, bitmaps and narrow characters.
 HANDLE HostCreateFile(const ZvChar*, DWORD, DWORD, void*, DWORD, DWORD, HANDLE, int32_t, const ZvChar*) noexcept {
     return INVALID_HANDLE_VALUE;

@@ -316,6 +316,32 @@ TEST_F(EmulationFiles, AreClosedWhateverIsWrongWithThem) {
     EXPECT_EQ(next, NextHandle(good)) << "a good file";
 }
 
+TEST_F(EmulationFiles, AreOpenedForReadingOnceAndClosedOnce) {
+    const auto closings = [&] {
+        const auto calls = host_->Calls();
+        return std::count_if(calls.begin(), calls.end(),
+                             [](const HostCall& call) { return call.operation == "HostCloseFile"; });
+    };
+    const Bytes whole = TableFile::Of(2, 2, 3, Ramp(12)).Build();
+    for (const size_t size : {whole.size(), size_t{30}, size_t{8}, size_t{0}}) {
+        const Wide name = folder_.Write("table.tif", FrontOf(whole, size));
+        ReadNamed(name);
+        const auto request = host_->LastFileRequest();
+        ASSERT_TRUE(request.has_value());
+        EXPECT_EQ(std::u16string(name.begin(), name.end()), request->name);
+        EXPECT_EQ(0x80000000U, request->access);
+        EXPECT_EQ(4U, request->share);
+        EXPECT_EQ(nullptr, request->security);
+        EXPECT_EQ(3U, request->disposition);
+        EXPECT_EQ(128U, request->attributes);
+        EXPECT_EQ(nullptr, request->templateFile);
+        EXPECT_EQ(1, host_->FileAccessesSinceReset());
+        EXPECT_EQ(1, closings()) << size;
+    }
+    ReadNamed(WideOf(folder_.Path() / "none.tif")).ExpectRefused();
+    EXPECT_EQ(0, closings()) << "nothing was open";
+}
+
 TEST_F(EmulationFiles, NoErrorOfTheSystemLooksLikeSuccess) {
     const Wide name = folder_.Write("table.tif", TableFile::Of(2, 2, 3, Ramp(12)).Build());
     for (const DWORD error : {DWORD{0}, DWORD{1}, DWORD{2}, DWORD{0xFFFFFFFF}}) {

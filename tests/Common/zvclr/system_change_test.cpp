@@ -173,6 +173,8 @@ TEST_F(SystemChanges, NamesAreNeverReadBehindTheirField) {
 
 TEST_F(SystemChanges, MemoryThatCannotBeRead) {
     const Converter c(CLRSPACE_RGB, CLRSPACE_CMYK, &creation_);
+    const HANDLE transform = c->systemTransform;
+    ASSERT_NE(nullptr, transform);
     const GuardedBuffer page(sizeof(ClrProfileMemory));
     for (const bool onInput : {true, false}) {
         ClrParams change = CustomParams(&linear_, &steep_);
@@ -180,14 +182,22 @@ TEST_F(SystemChanges, MemoryThatCannotBeRead) {
         auto*& given = onInput ? change.inputProfileMemory : change.outputProfileMemory;
         given = reinterpret_cast<ClrProfileMemory*>(page.Data() + 1);
         EXPECT_EQ(ERR_BAD_POINTER, Change(c, change));
-        EXPECT_TRUE(colours_.Calls(Operation::kOpen).empty());
+        EXPECT_EQ("", colours_.Order()) << "the old one stays too";
         ClrProfileMemory record = linear_.record;
         record.data = page.Data() + 1;
         given = &record;
         EXPECT_EQ(ERR_BAD_POINTER, Change(c, change));
-        EXPECT_TRUE(colours_.Calls(Operation::kOpen).empty());
+        EXPECT_EQ("", colours_.Order());
+        EXPECT_EQ(transform, c->systemTransform);
         ExpectMethods(c, 5, 1);
     }
+    ClrParams method = MakeParams(CLRPARAM_ACTIVE_METHOD, CLRMETHOD_CUSTOM_ICC);
+    method.inputProfileMemory = reinterpret_cast<ClrProfileMemory*>(page.Data() + 1);
+    EXPECT_EQ(ERR_BAD_POINTER, Change(c, method)) << "the method has been taken over";
+    ExpectMethods(c, 5, 4);
+    ConvertSample(c.Get());
+    ASSERT_EQ("translate", colours_.Order());
+    EXPECT_EQ(transform, colours_.Calls()[0].handle);
 }
 
 TEST_F(SystemChanges, ActiveMethodOverATransformThatThePlatformRefused) {

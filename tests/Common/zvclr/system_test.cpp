@@ -1,6 +1,5 @@
 // CLRMETHOD_CUSTOM_ICC on the pairs that the platform's colour management serves: what it is given and when, and what
 // its answers become.
-#include <cmath>
 #include <utility>
 
 #include "tests/Common/zvclr/icc_fixture.h"
@@ -450,6 +449,45 @@ TEST_F(SystemColours, StridesCountFromThePadding) {
     }
 }
 
+/// An id of no space, which stands among the served ones all the same.
+TEST_F(SystemColours, SixteenIsServedThoughItIsNoSpace) {
+    for (const int32_t served : {0, 2, 7, 8, 12, 16}) {
+        EXPECT_TRUE(ClrSystemServes(16, served)) << served;
+        EXPECT_TRUE(ClrSystemServes(served, 16)) << served;
+        for (const int32_t other : {-1, 1, 6, 11, 15, 17, 32, 0x10010}) {
+            EXPECT_FALSE(ClrSystemServes(other, served)) << other;
+            EXPECT_FALSE(ClrSystemServes(served, other)) << other;
+        }
+    }
+    ClrParams params = Named(Text("in.icc"));
+    // What is no space has very wide rows.
+    const Bytes source(200000);
+    Bytes destination(200000, 0xCD);
+    const auto translation = [&](const Converter& c, int32_t sourceExtra, int32_t destinationExtra) {
+        colours_.Forget();
+        EXPECT_EQ(CLR_SUCCESS,
+                  Zv_ClrConvert(c.Get(), source.data(), destination.data(), 10, 2, sourceExtra, destinationExtra));
+        EXPECT_EQ("translate", colours_.Order());
+        return colours_.Calls().empty() ? ColourCall{} : colours_.Calls()[0];
+    };
+    const Converter from(CLRSPACE_CMYK, CLRSPACE_RGB, &params), to(CLRSPACE_RGB, CLRSPACE_CMYK, &params);
+    from->sourceSpace = 16;
+    const ColourCall reading = translation(from, 5, 0);
+    from->sourceSpace = CLRSPACE_CMYK;
+    EXPECT_EQ(10, reading.sourceFormat);
+    EXPECT_EQ(35U, reading.sourceStride) << "three bytes a pixel";
+    EXPECT_EQ(4, reading.destinationFormat);
+    EXPECT_EQ(0U, reading.destinationStride);
+    to->destinationSpace = 16;
+    const ColourCall writing = translation(to, 0, 7), packed = translation(to, 0, 0);
+    to->destinationSpace = CLRSPACE_CMYK;
+    EXPECT_EQ(4, writing.sourceFormat);
+    EXPECT_EQ(0U, writing.sourceStride);
+    EXPECT_EQ(10, writing.destinationFormat);
+    EXPECT_EQ(37U, writing.destinationStride);
+    EXPECT_EQ(0U, packed.destinationStride);
+}
+
 TEST_F(SystemColours, EqualSpacesGoThroughThePlatformToo) {
     ClrParams params = Named(Text("in.icc"));
     const Converter c(CLRSPACE_LAB, CLRSPACE_LAB, &params);
@@ -493,16 +531,25 @@ TEST_F(SystemColours, PixelsAreThoseThatThePlatformWrites) {
 }
 
 TEST_F(SystemColours, OtherMethodsDoNotTranslate) {
-    ClrParams params = Named(Text("in.icc"));
-    params.methods = CLRMETHOD_BUILTIN | CLRMETHOD_CUSTOM_ICC;
-    params.activeMethod = CLRMETHOD_BUILTIN;
-    const Converter c(CLRSPACE_CMYK, CLRSPACE_RGB, &params);
-    colours_.Forget();
-    const Bytes pixels(24);
-    Bytes out(18);
-    EXPECT_EQ(CLR_SUCCESS, Zv_ClrConvert(c.Get(), pixels.data(), out.data(), 3, 2, 0, 0));
-    EXPECT_EQ("", colours_.Order());
-    EXPECT_EQ(Bytes(18, 255), out);
+    Bytes results[3];
+    size_t i = 0;
+    for (const uint32_t method : {CLRMETHOD_BUILTIN, CLRMETHOD_ICC, CLRMETHOD_EMULATION}) {
+        SCOPED_TRACE(method);
+        ClrParams alone = MakeParams(method, method), params = Named(Text("in.icc"));
+        params.methods = method | CLRMETHOD_CUSTOM_ICC;
+        params.activeMethod = method;
+        const Converter c(CLRSPACE_CMYK, CLRSPACE_RGB, &params);
+        EXPECT_NE(nullptr, c->systemTransform);
+        colours_.Forget();
+        results[i] = ConvertSample(c.Get());
+        EXPECT_EQ(SampleThrough(CLRSPACE_CMYK, CLRSPACE_RGB, alone), results[i++]);
+        EXPECT_EQ("", colours_.Order());
+        c->activeMethod = CLRMETHOD_CUSTOM_ICC;
+        ConvertSample(c.Get());
+        EXPECT_EQ("translate", colours_.Order());
+    }
+    EXPECT_NE(results[0], results[1]);
+    EXPECT_NE(results[1], results[2]);
 }
 
 TEST_F(SystemColours, PairsThatAreNotServedTakeTheLibrarysOwnTransform) {
@@ -573,68 +620,6 @@ TEST_F(SystemColours, NoMemoryOnTheWayLeavesNothingBehind) {
         EXPECT_TRUE(result == ERR_NO_MEMORY || result == ERR_PROFILE_LOAD || result == CLR_SUCCESS) << result;
     }
     ADD_FAILURE() << "the allocations do not end";
-}
-
-// --- Where the platform has none ------------------------------------------------------------------------------------
-
-class WithoutSystemColours : public ::testing::Test {
-protected:
-    HostScope host_;
-    MemoryProfile linear_{GammaProfile(0x0100)};
-    MemoryProfile steep_{GammaProfile(0x0200)};
-
-    void ExpectLeftOnList(ClrParams params, int32_t source, int32_t destination) {
-        EXPECT_EQ(ERR_PROFILE_UNUSABLE, FailingInit(source, destination, &params)) << source << " to " << destination;
-        EXPECT_EQ(1, RegisteredCount());
-        ReleaseAllConverters();
-        EXPECT_EQ(0U, host_.Leaked());
-    }
-};
-
-TEST_F(WithoutSystemColours, TheLibrarysOwnTransformTakesTheRole) {
-    // From a linear profile to a square root's and back: known values, the same for both hubs.
-    const Bytes pixels{0, 64, 255, 16, 128, 200};
-    for (const int32_t destination : kHubs) {
-        ClrParams params = CustomParams(&linear_, &steep_);
-        const Converter c(CLRSPACE_RGB, destination, &params);
-        ASSERT_NE(nullptr, c->customTransform);
-        EXPECT_EQ(nullptr, c->systemTransform);
-        Bytes out = ConvertRow(c.Get(), pixels);
-        for (size_t i = 0; i < out.size(); ++i) {
-            const size_t from = destination == CLRSPACE_RGB ? i : i / 3 * 3 + (2 - i % 3);
-            EXPECT_NEAR(255 * std::sqrt(pixels[from] / 255.0), out[i], 1.5) << i;
-        }
-    }
-}
-
-TEST_F(WithoutSystemColours, ServedPairsNeedATransformOfTheirOwn) {
-    for (const Format& source : kServed) {
-        for (const Format& destination : kServed) {
-            ExpectLeftOnList(CustomParams(&linear_, nullptr), source.space, destination.space);
-            ExpectLeftOnList(CustomParams(nullptr, nullptr), source.space, destination.space);
-        }
-    }
-}
-
-TEST_F(WithoutSystemColours, TwoStepsThroughTheHubHaveNone) {
-    for (const auto& [source, destination] : {std::pair(2, 7), std::pair(7, 2), std::pair(8, 7), std::pair(2, 8)}) {
-        ExpectLeftOnList(CustomParams(&linear_, &steep_), source, destination);
-    }
-}
-
-TEST_F(WithoutSystemColours, XyzHasNone) {
-    for (const auto& [source, destination] :
-         {std::pair(8, 0), std::pair(0, 8), std::pair(8, 12), std::pair(12, 8), std::pair(8, 8)}) {
-        ExpectLeftOnList(CustomParams(&linear_, &steep_), source, destination);
-    }
-}
-
-TEST_F(WithoutSystemColours, OtherPairsNeedNone) {
-    ClrParams params = CustomParams(&linear_, nullptr);
-    for (const int32_t space : {1, 3, 4, 5, 6, 9, 10, 11, 13, 14, 15, 128, 144}) {
-        const Converter from(space, CLRSPACE_RGB, &params), to(CLRSPACE_BGR, space, &params);
-        EXPECT_EQ(nullptr, from->customTransform);
-    }
 }
 
 }  // namespace
