@@ -397,11 +397,17 @@ TEST_F(ConvertTables, ValuesBehindAShortAreNotTakenAsSizes) {
     writeInputs();
     run({"table", "read", tableFile(289, PHOTOMETRIC_RGB, zvtest::patternTable(289)), path("good.tif")});
     Bytes file = read("good.tif");
-    // The count of samples is entry 7 of the directory at byte 8; its field has two bytes to spare.
-    const size_t spare = 8 + 2 + 12 * 6 + 8 + 2;
-    ASSERT_EQ(file[spare - 10], 277 & 255);
-    ASSERT_EQ(file[spare], 0);
-    file[spare] = 1;
+    const auto number = [&file](size_t at, size_t bytes) {
+        size_t value = 0;
+        for (size_t i = bytes; i-- > 0;) value = value << 8 | file.at(at + i);
+        return value;
+    };
+    // The field of the count of samples has two bytes to spare.
+    const size_t directory = number(4, 4);
+    size_t entry = directory + 2;
+    while (number(entry, 2) != 277) entry += 12;
+    ASSERT_EQ(number(entry + 8, 4), 3U);
+    file[entry + 10] = 1;
     zvtest::writeFile(path("bad.tif"), file);
     refused(1, "cmyk.tif", {"--to", "rgb", "--table", path("bad.tif")}, {"tag 277"});
 }

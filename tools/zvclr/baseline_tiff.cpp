@@ -12,7 +12,6 @@ namespace {
 
 constexpr uint16_t kShort = 3;
 constexpr uint16_t kLong = 4;
-constexpr uint16_t kRational = 5;
 
 constexpr uint32_t kHeaderBytes = 8;
 constexpr uint32_t kCountBytes = 2;
@@ -26,36 +25,9 @@ enum Tag : uint16_t {
     kPhotometric = 262,
     kStripOffsets = 273,
     kSamplesPerPixel = 277,
-    kRowsPerStrip = 278,
-    kStripByteCounts = 279,
-    kXResolution = 282,
-    kYResolution = 283,
     kPlanarConfiguration = 284,
-    kResolutionUnit = 296,
     kTileWidth = 322,
     kTileOffsets = 324,
-    kInkSet = 332,
-};
-
-constexpr uint32_t kInch = 2;
-constexpr uint32_t kDotsPerInch = 300;
-constexpr uint32_t kPhotometricRgb = 2;
-constexpr uint32_t kPhotometricSeparated = 5;
-
-class ByteSink {
-public:
-    void put16(uint32_t value) {
-        bytes_.push_back(static_cast<uint8_t>(value));
-        bytes_.push_back(static_cast<uint8_t>(value >> 8));
-    }
-    void put32(uint32_t value) {
-        put16(value & 0xffffU);
-        put16(value >> 16);
-    }
-    std::vector<uint8_t> take() { return std::move(bytes_); }
-
-private:
-    std::vector<uint8_t> bytes_;
 };
 
 struct Entry {
@@ -173,52 +145,6 @@ private:
 };
 
 }  // namespace
-
-std::vector<uint8_t> baselineTiffHeader(int32_t width, int32_t height, int32_t space) {
-    const auto samples = static_cast<uint32_t>(zvimage::spaceOf(space).bits / 8);
-    const auto columns = static_cast<uint32_t>(width);
-    const auto rows = static_cast<uint32_t>(height);
-    const uint32_t photometric = space == CLRSPACE_CMYK  ? kPhotometricSeparated
-                                 : space == CLRSPACE_LAB ? kPhotometricCieLab
-                                                         : kPhotometricRgb;
-    constexpr uint32_t kMostEntries = 14;
-    const uint32_t entryCount = space == CLRSPACE_CMYK ? kMostEntries : kMostEntries - 1;
-    const uint32_t bitsAt = kHeaderBytes + kCountBytes + kEntryBytes * entryCount + 4;
-    const uint32_t resolutionAt = bitsAt + 2 * 4;
-    const uint32_t pixelsAt = resolutionAt + 8;
-    const Entry entries[kMostEntries] = {{kImageWidth, kLong, 1, columns},
-                                         {kImageLength, kLong, 1, rows},
-                                         {kBitsPerSample, kShort, samples, bitsAt},
-                                         {kCompression, kShort, 1, 1},
-                                         {kPhotometric, kShort, 1, photometric},
-                                         {kStripOffsets, kLong, 1, pixelsAt},
-                                         {kSamplesPerPixel, kShort, 1, samples},
-                                         {kRowsPerStrip, kLong, 1, rows},
-                                         {kStripByteCounts, kLong, 1, columns * rows * samples},
-                                         {kXResolution, kRational, 1, resolutionAt},
-                                         {kYResolution, kRational, 1, resolutionAt},
-                                         {kPlanarConfiguration, kShort, 1, 1},
-                                         {kResolutionUnit, kShort, 1, kInch},
-                                         {kInkSet, kShort, 1, 1}};
-    ByteSink sink;
-    sink.put16(0x4949);
-    sink.put16(42);
-    sink.put32(kHeaderBytes);
-    sink.put16(entryCount);
-    for (uint32_t i = 0; i < entryCount; ++i) {
-        sink.put16(entries[i].tag);
-        sink.put16(entries[i].type);
-        sink.put32(entries[i].count);
-        sink.put32(entries[i].value);
-    }
-    sink.put32(0);
-    for (uint32_t i = 0; i < 4; ++i) {
-        sink.put16(8);
-    }
-    sink.put32(kDotsPerInch);
-    sink.put32(1);
-    return sink.take();
-}
 
 TiffDirectory readTiffDirectory(const std::string& path) { return DirectoryReader(path).read(); }
 

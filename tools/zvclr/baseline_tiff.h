@@ -1,5 +1,5 @@
-// The plainest TIFF files: little-endian, uncompressed, 8 bits, all pixels in one strip. The library reads
-// emulation tables from these and from no others.
+// What a TIFF directory says byte by byte: the library reads emulation tables from the plainest files only, and
+// takes their numbers as they stand.
 #ifndef ZVCLR_TOOLS_BASELINE_TIFF_H
 #define ZVCLR_TOOLS_BASELINE_TIFF_H
 
@@ -11,9 +11,6 @@
 namespace zvtool {
 
 constexpr uint32_t kPhotometricCieLab = 8;
-
-/// All bytes before the pixels of rgb, cmyk or lab, which end the file.
-std::vector<uint8_t> baselineTiffHeader(int32_t width, int32_t height, int32_t space);
 
 /// What the first directory of a little-endian TIFF file says.
 struct TiffDirectory {

@@ -5,13 +5,13 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <memory>
+#include <string>
 #include <tuple>
 #include <vector>
 
-#include "baseline_tiff.h"
 #include "emulation_table.h"
 #include "image/image.h"
-#include "image/output_file.h"
 #include "parameters.h"
 #include "strip_converter.h"
 #include "zvclr.h"
@@ -45,6 +45,15 @@ void checkOutput(const std::string& path) {
     if (path == "-" && ::isatty(STDOUT_FILENO) == 1) {
         throw ContradictionError("the standard output is a terminal, which cannot show an image; send it to a file");
     }
+}
+
+/// An uncompressed square.
+std::unique_ptr<zvimage::ImageWriter> createTable(const std::string& path, int32_t side, int32_t space, bool oneStrip) {
+    zvimage::WriteOptions options;
+    options.format = zvimage::Format::kTiff;
+    options.compression = zvimage::TiffCompression::kNone;
+    options.oneStrip = oneStrip;
+    return zvimage::createImage(path, side, side, space, options);
 }
 
 /// From a pixel of a picture of the chart to the patch whose middle it belongs to, along one side.
@@ -144,11 +153,9 @@ public:
         for (auto at = static_cast<size_t>(grid_.nodes()) * 3; at < table.size(); at += 3) {
             std::copy_n(white.begin(), 3, table.begin() + static_cast<std::ptrdiff_t>(at));
         }
-        zvimage::OutputFile file(args_.output);
-        const std::vector<uint8_t> header = baselineTiffHeader(grid_.side, grid_.side, grid_.to);
-        file.write(header.data(), header.size());
-        file.write(table.data(), table.size());
-        file.commit();
+        const auto writer = createTable(args_.output, grid_.side, grid_.to, true);
+        writer->writeRows(table.data(), grid_.side);
+        writer->finish();
     }
 
 private:
@@ -237,9 +244,8 @@ void runTableMake(const TableArguments& arguments) {
     checkOutput(arguments.output);
     const auto channels = static_cast<size_t>(grid.axes);
     const int32_t side = grid.side * arguments.patch;
-    zvimage::OutputFile file(arguments.output);
-    const std::vector<uint8_t> header = baselineTiffHeader(side, side, grid.from);
-    file.write(header.data(), header.size());
+    // With a pixel a patch it has the layout of a table, for processes that keep the layout of files.
+    const auto writer = createTable(arguments.output, side, grid.from, arguments.patch == 1);
     std::vector<uint8_t> row;
     for (int64_t line = 0; line < grid.side; ++line) {
         row.clear();
@@ -250,10 +256,10 @@ void runTableMake(const TableArguments& arguments) {
             }
         }
         for (int32_t i = 0; i < arguments.patch; ++i) {
-            file.write(row.data(), row.size());
+            writer->writeRows(row.data(), 1);
         }
     }
-    file.commit();
+    writer->finish();
 }
 
 void runTableRead(const TableArguments& arguments) { TableReader(arguments).run(); }

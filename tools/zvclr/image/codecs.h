@@ -29,7 +29,7 @@ struct OutputImage {
 
 std::unique_ptr<ImageWriter> createPng(Output output, const OutputImage& image);
 std::unique_ptr<ImageWriter> createJpeg(Output output, const OutputImage& image, int quality);
-std::unique_ptr<ImageWriter> createTiff(Output output, const OutputImage& image, TiffCompression compression);
+std::unique_ptr<ImageWriter> createTiff(Output output, const OutputImage& image, const WriteOptions& options);
 std::unique_ptr<ImageWriter> createPnm(Output output, const OutputImage& image);
 std::unique_ptr<ImageWriter> createRaw(Output output, const OutputImage& image);
 

@@ -227,7 +227,7 @@ std::unique_ptr<ImageWriter> createImage(const std::string& path, int32_t width,
         case Format::kJpeg:
             return createJpeg(std::move(output), image, options.quality);
         case Format::kTiff:
-            return createTiff(std::move(output), image, options.compression);
+            return createTiff(std::move(output), image, options);
         case Format::kPnm:
             return createPnm(std::move(output), image);
         case Format::kRaw:

@@ -110,6 +110,7 @@ struct WriteOptions {
     std::optional<Format> format;  ///< by extension when absent
     int quality = 92;              ///< JPEG
     TiffCompression compression = TiffCompression::kLzw;
+    bool oneStrip = false;  ///< TIFF: all rows in one strip, which is held in memory
 };
 
 /// Opens an image; "-" is the standard input.

@@ -27,7 +27,7 @@ bool needsBigTiff(int64_t bytes, TiffCompression compression) {
 
 class TiffWriter : public ImageWriter {
 public:
-    TiffWriter(Output output, const OutputImage& image, TiffCompression compression)
+    TiffWriter(Output output, const OutputImage& image, const WriteOptions& options)
         : output_(std::move(output)), image_(image), line_(static_cast<size_t>(image.bytes(1))) {
         stream_.descriptor = output_->descriptor();
         if (!output_->seekable()) {
@@ -37,9 +37,9 @@ public:
             }
             stream_.descriptor = ::fileno(spool_.get());
         }
-        const bool big = needsBigTiff(image.bytes(image.height), compression);
+        const bool big = needsBigTiff(image.bytes(image.height), options.compression);
         tiff_ = openTiffStream(stream_, output_->name(), big ? "w8" : "w");
-        if (!tiff_ || !setFields(compression)) {
+        if (!tiff_ || !setFields(options)) {
             failed();
         }
     }
@@ -81,14 +81,16 @@ private:
 
     bool set(uint32_t tag, int value) { return TIFFSetField(tiff_.get(), tag, value) == 1; }
 
-    bool setFields(TiffCompression compression) {
+    bool setFields(const WriteOptions& options) {
+        const TiffCompression compression = options.compression;
         const int code = compression == TiffCompression::kLzw       ? COMPRESSION_LZW
                          : compression == TiffCompression::kDeflate ? COMPRESSION_ADOBE_DEFLATE
                                                                     : COMPRESSION_NONE;
         const int photometric = image_.space == CLRSPACE_CMYK  ? PHOTOMETRIC_SEPARATED
                                 : image_.space == CLRSPACE_LAB ? PHOTOMETRIC_CIELAB
                                                                : PHOTOMETRIC_RGB;
-        const int64_t rowsPerStrip = std::max<int64_t>(1, kStripBytes / static_cast<int64_t>(line_.size()));
+        const int64_t fitting = std::max<int64_t>(1, kStripBytes / static_cast<int64_t>(line_.size()));
+        const int64_t rowsPerStrip = options.oneStrip ? image_.height : fitting;
         bool done = set(TIFFTAG_IMAGEWIDTH, image_.width) && set(TIFFTAG_IMAGELENGTH, image_.height) &&
                     set(TIFFTAG_BITSPERSAMPLE, 8) && set(TIFFTAG_SAMPLESPERPIXEL, spaceOf(image_.space).bits / 8) &&
                     set(TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG) && set(TIFFTAG_PHOTOMETRIC, photometric) &&
@@ -126,8 +128,8 @@ private:
 
 }  // namespace
 
-std::unique_ptr<ImageWriter> createTiff(Output output, const OutputImage& image, TiffCompression compression) {
-    return std::make_unique<TiffWriter>(std::move(output), image, compression);
+std::unique_ptr<ImageWriter> createTiff(Output output, const OutputImage& image, const WriteOptions& options) {
+    return std::make_unique<TiffWriter>(std::move(output), image, options);
 }
 
 }  // namespace zvimage
