@@ -1,6 +1,4 @@
 // Conversions into the host's bitmaps, and the same operations for narrow strings.
-#include <algorithm>
-
 #include "Common/memory.h"
 #include "Common/names.h"
 #include "Common/zvclr/frame.h"
