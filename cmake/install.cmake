@@ -17,7 +17,7 @@ if(WIN32)
   set(ZVCLR_PC_BLOCKS " \${libdir}/zvclr-blocks.o")
 endif()
 
-install(FILES include/zvclr.h include/zverror.h include/zvspaces.h
+install(FILES include/zvclr.h include/zverror.h include/zvicc.h include/zvspaces.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 
 set(_zvclr_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/zvclr)

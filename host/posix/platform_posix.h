@@ -27,6 +27,7 @@ inline constexpr BOOL FALSE = 0;
 inline constexpr DWORD GENERIC_READ = 0x80000000U;
 inline constexpr DWORD GENERIC_WRITE = 0x40000000U;
 inline constexpr DWORD FILE_SHARE_READ = 1;
+inline constexpr DWORD FILE_SHARE_WRITE = 2;
 inline constexpr DWORD FILE_SHARE_DELETE = 4;
 inline constexpr DWORD CREATE_NEW = 1;
 inline constexpr DWORD CREATE_ALWAYS = 2;

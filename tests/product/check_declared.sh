@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
-# Usage: check_declared.sh HEADER LIST
-# Every function that the header declares for export is on the list, and the other way round.
+# Usage: check_declared.sh LIST HEADER...
+# Every function that the headers declare for export is on the list, and the other way round.
 set -euo pipefail
 export LC_ALL=C
-header=$1 list=$2
+list=$1
+shift
 
-declared=$(grep -oP '^ZVCLR_API\s+\w+\s+\**\K\w+(?=\()' "$header" | sort)
+declared=$(grep -oP '^ZVCLR_API\s+\w+\s+\**\K\w+(?=\()' -h "$@" | sort)
 if ! difference=$(diff <(sort "$list") <(echo "$declared")); then
-    printf 'functions of %s (< not declared, > not on the list):\n%s\n' "$header" "$difference"
+    printf 'functions of %s (< not declared, > not on the list):\n%s\n' "$*" "$difference"
     exit 1
 fi

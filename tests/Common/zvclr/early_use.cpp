@@ -40,6 +40,17 @@ void HostFree(void* block, int32_t, const ZvChar*) noexcept {
     if (block != nullptr) --liveBlocks;
     std::free(block);
 }
+void* HostRealloc(void* block, int64_t size, int32_t, const ZvChar*) noexcept {
+    if (block == nullptr) return HostAlloc(size, 1, 0, nullptr);
+    return std::realloc(block, static_cast<size_t>(size));
+}
+void* HostAllocShared(int64_t size, int64_t count, int32_t line, const ZvChar* file) noexcept {
+    return HostAlloc(size, count, line, file);
+}
+void* HostReallocShared(void* block, int64_t size, int32_t line, const ZvChar* file) noexcept {
+    return HostRealloc(block, size, line, file);
+}
+void HostFreeShared(void* block, int32_t line, const ZvChar* file) noexcept { HostFree(block, line, file); }
 void HostCopy(void* destination, const void* source, size_t count) noexcept { std::memcpy(destination, source, count); }
 void HostMove(void* destination, const void* source, size_t count) noexcept {
     std::memmove(destination, source, count);
