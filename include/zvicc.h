@@ -217,7 +217,9 @@ typedef struct ClrIccProfileSeqEntry {
  * "pseq", 20 bytes: the profiles that a device link was made of. To be set it holds one entry as a
  * rule: texts of later ones are taken 32 bytes on from those of the first, the body has the size
  * that the last entry takes, and what does not fit is left out. A text to be set has 16 bytes; of a
- * shorter one of n bytes 2n - 16 are taken, and longer ones are refused.
+ * shorter one of n bytes 2n - 16 are taken, and longer ones are refused. Texts whose element has a
+ * multiple of 4 bytes are followed by four more, where readers do not look for the next element: the
+ * model's text of what is set here reads back as empty then.
  */
 typedef struct ClrIccTagProfileSequence {
     uint32_t typeSig;
@@ -262,7 +264,7 @@ typedef struct ClrIccTagSignature {
  * "text", 16 bytes. A read text has the size of the tag's body less 8, and is followed by a 16-bit
  * zero. A text to be set must end with a 16-bit zero: the 16-bit units before it are counted, and one
  * more than that many bytes are stored. So an ASCII text of n characters is given as these and a zero,
- * then n bytes that are not zero, then two that are; docs/icc-profiles.md has an example.
+ * then n - 1 bytes that are not zero, then two that are; docs/icc-profiles.md has an example.
  */
 typedef struct ClrIccTagText {
     uint32_t typeSig;
@@ -369,9 +371,10 @@ typedef struct ClrIccClut {
  * To be set, curvesB, curvesM and curvesA point to records, ClrIccTagCurve or
  * ClrIccTagParametricCurve, that follow one another in steps of 16 bytes, so that the upper half of a
  * record's pointer is the typeSig of the next one; clut points to a ClrIccClut. All of them are
- * needed, offsets and allData are not read. Curves have at most 255 entries, and of parametric ones
- * only type 0 keeps its parameter. matrix and the values of a 16-bit grid are left swapped in the
- * caller's record: one record can be set once.
+ * needed. allData must be null: a record that has been read is refused. Offsets are not read. Curves
+ * have at most 255 entries. Parametric ones of type 0 keep their parameter, of others none is stored,
+ * and some runs of several of them are refused. matrix and the values of a 16-bit grid are left
+ * swapped in the caller's record: one record can be set once.
  */
 typedef struct ClrIccTagLutAToB {
     uint32_t typeSig;
@@ -440,8 +443,9 @@ ZVCLR_API int32_t Zv_InitICCProfile(ClrIccProfile* profile, uint64_t size);
 ZVCLR_API int32_t Zv_InitICCHeader(ClrIccProfile* profile);
 
 /**
- * Releases header, tags and image, and sets their pointers to null. tagCount, tagDataSize and
- * profileSize keep their values: initialise the record before using it again. Null is ignored.
+ * Releases header, tags and image, and sets their pointers to null. With a tagCount of 0 there are no
+ * tags to release, and their pointers stay. tagCount, tagDataSize and profileSize keep their values:
+ * initialise the record before using it again. Null is ignored.
  */
 ZVCLR_API void Zv_FreeICCProfile(ClrIccProfile* profile);
 
@@ -529,8 +533,8 @@ ZVCLR_API int32_t Zv_FillICCProfileFromICCFile(const ZvChar* fileName, ClrIccPro
  *
  * @return 1, ERR_INVALID_PARAMETER (profile or header null), ERR_FAILURE, or ERR_BAD_PROFILE: the
  *         header's size is not that of the tags, as after the deletion of the last one or a second
- *         Zv_InitICCHeader. profileSize has changed then; the image has kept its bytes, and has grown
- *         by zeros where profileSize did.
+ *         Zv_InitICCHeader, or tagCount is negative. But for the latter profileSize has changed then; the
+ *         image keeps what it has, and grows by zeros to a larger profileSize (ERR_FAILURE without memory).
  */
 ZVCLR_API int32_t Zv_GenerateICCPointer(ClrIccProfile* profile);
 
@@ -558,11 +562,13 @@ ZVCLR_API uint32_t Zv_GetICCTagTypeSig(const ClrIccProfile* profile, uint32_t ta
  * Reads the first tag of that signature.
  *
  * @param record receives the tag in host form: the record of the tag's type
- *               (Zv_GetICCTagTypeSig), or a ClrIccTagRecord. Cleared first. Release it with
- *               Zv_FreeICCTagType, after a failure too, unless the tag was not there.
+ *               (Zv_GetICCTagTypeSig), or a ClrIccTagRecord. Clear it before the call: then
+ *               Zv_FreeICCTagType with its typeSig is right after any result, and needed after failures
+ *               too, which leave what was read so far.
  * @return 1 or a warning, ERR_INVALID_PARAMETER (null, or fields of the body count or point past it),
- *         ERR_FAILURE, or ERR_BAD_TAG: no such tag, its body lies outside the tag data, a selector in
- *         it is out of range, a "mAB " or "mBA " body lacks what it needs.
+ *         ERR_FAILURE, or ERR_BAD_TAG: no such tag or its body lies outside the tag data or has not even a
+ *         type (record untouched), a selector in it is out of range, a "mAB " or "mBA " body lacks what it
+ *         needs.
  */
 ZVCLR_API int32_t Zv_GetICCTagData(const ClrIccProfile* profile, void* record, uint32_t tagSignature);
 
@@ -580,8 +586,8 @@ ZVCLR_API int32_t Zv_GetICCTagData(const ClrIccProfile* profile, void* record, u
 ZVCLR_API int32_t Zv_SetICCTagData(ClrIccProfile* profile, void* record, uint32_t tagSignature, uint32_t typeSignature);
 
 /**
- * Makes the image form of a record. For "chrm" the fields behind the head are read from the very
- * first byte of `record`, so that a whole ClrIccTagChromaticity is refused.
+ * Makes the image form of a record. For "chrm" the fields behind the head are expected from the very
+ * first byte of `record` on, so that a ClrIccTagChromaticity with its typeSig is refused.
  *
  * @param imageRecord receives it; cleared first. Release it with Zv_FreeICCTagType, after a failure too.
  * @return 1, ERR_UNKNOWN_TAG_TYPE (a warning), ERR_INVALID_PARAMETER or ERR_FAILURE.

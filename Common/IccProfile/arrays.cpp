@@ -3,6 +3,7 @@
 
 static_assert(sizeof(ClrIccTagArray) == 20 && offsetof(ClrIccTagArray, values) == 8);
 static_assert(offsetof(ClrIccTagArray, count) == 16);
+static_assert(offsetof(ClrIccTagColorantOrder, count) == 8 && offsetof(ClrIccTagColorantTable, count) == 8);
 static_assert(sizeof(ClrIccTagColorantOrder) == 20 && offsetof(ClrIccTagColorantOrder, order) == 12);
 static_assert(sizeof(ClrIccTagColorantTable) == 20 && offsetof(ClrIccTagColorantTable, entries) == 12);
 static_assert(sizeof(ClrIccColorantEntry) == 38 && offsetof(ClrIccColorantEntry, pcs) == 32);
@@ -11,15 +12,14 @@ namespace zv {
 
 namespace {
 
-constexpr uint64_t kListOffset = 8;
 constexpr uint64_t kCountedListOffset = 12;
 
 /// `words` numbers of type Word make an element.
 template <class Word, uint32_t words>
 int32_t ReadArray(IccBytes body, void* record) noexcept {
     auto* array = static_cast<ClrIccTagArray*>(record);
-    const uint64_t count = (body.Size() - kListOffset) / (sizeof(Word) * words);
-    array->values = IccNewSwapped<Word>(body.At(kListOffset), count * words, __LINE__);
+    const uint64_t count = (body.Size() - kIccTagHead) / (sizeof(Word) * words);
+    array->values = IccNewSwapped<Word>(body.At(kIccTagHead), count * words, __LINE__);
     if (array->values == nullptr) return ERR_FAILURE;
     array->count = static_cast<uint32_t>(count);
     return CLR_SUCCESS;
@@ -41,9 +41,9 @@ int32_t WriteArray(ClrIccProfile* profile, const void* image, uint32_t tagSignat
                    bool padded) noexcept {
     const auto* array = static_cast<const ClrIccTagArray*>(image);
     const uint64_t bytes = uint64_t{array->count} * elementSize;
-    IccBody body(profile, tagSignature, kListOffset + bytes, padded);
-    body.Put(0, array, kListOffset);
-    body.Put(kListOffset, array->values, bytes);
+    IccBody body(profile, tagSignature, kIccTagHead + bytes, padded);
+    body.Put(0, array, kIccTagHead);
+    body.Put(kIccTagHead, array->values, bytes);
     return body.Result();
 }
 
@@ -81,7 +81,7 @@ void IccFreeWords32(void* record) noexcept { IccFreeBytes(record); }
 int32_t IccReadWords64(IccBytes body, void* record) noexcept {
     const int32_t result = ReadArray<uint64_t, 1>(body, record);
     if (result != CLR_SUCCESS) return result;
-    // Readers of this type have only ever seen the lower halves.
+    // Callers know the lower halves only, and take the numbers for ones of 32 bits.
     const auto* array = static_cast<const ClrIccTagArray*>(record);
     auto* values = static_cast<uint64_t*>(array->values);
     for (uint32_t i = 0; i < array->count; ++i) values[i] = static_cast<uint32_t>(values[i]);

@@ -47,8 +47,8 @@ int32_t RemoveEntry(ClrIccProfile* profile, int32_t index, uint64_t place) noexc
     // With the table's end.
     HostMove(&profile->tagTable[index], &profile->tagTable[index + 1],
              static_cast<size_t>(length - index) * kIccTagEntrySize);
-    auto* table = static_cast<ClrIccTagEntry*>(
-        HostRealloc(profile->tagTable, int64_t{kIccTagEntrySize} * (int64_t{left} + 1), __LINE__, kIccSource));
+    auto* table =
+        static_cast<ClrIccTagEntry*>(HostRealloc(profile->tagTable, IccTableBytes(left), __LINE__, kIccSource));
     if (table == nullptr) return ERR_FAILURE;
     profile->tagTable = table;
     const int32_t result = CutBody(profile, place, removed.size);

@@ -5,6 +5,11 @@
 #include "Common/IccProfile/profile.h"
 
 static_assert(sizeof(ClrIccHeader) == zv::kIccHeaderSize);
+static_assert(offsetof(ClrIccHeader, cmmType) == 4 && offsetof(ClrIccHeader, version) == 8);
+static_assert(offsetof(ClrIccHeader, deviceClass) == 12 && offsetof(ClrIccHeader, colorSpace) == 16);
+static_assert(offsetof(ClrIccHeader, connectionSpace) == 20 && offsetof(ClrIccHeader, platform) == 40);
+static_assert(offsetof(ClrIccHeader, flags) == 44 && offsetof(ClrIccHeader, manufacturer) == 48);
+static_assert(offsetof(ClrIccHeader, model) == 52);
 static_assert(offsetof(ClrIccHeader, dateTime) == 24 && offsetof(ClrIccHeader, signature) == 36);
 static_assert(offsetof(ClrIccHeader, attributes) == 56 && offsetof(ClrIccHeader, renderingIntent) == 64);
 static_assert(offsetof(ClrIccHeader, illuminant) == 68 && offsetof(ClrIccHeader, creator) == 80);
@@ -160,6 +165,6 @@ int32_t Zv_SetICCCreator(ClrIccProfile* profile, uint32_t creator) {
 
 int32_t Zv_SetICCDateTime(ClrIccProfile* profile, const uint16_t* dateTime) {
     const void* source = dateTime;
-    return SetField(profile, dateTime != nullptr,
+    return SetField(profile, IccReadable(dateTime, sizeof(ClrIccHeader::dateTime)),
                     [=](ClrIccHeader* h) { HostCopy(h->dateTime, source, sizeof h->dateTime); });
 }

@@ -75,12 +75,16 @@ int32_t ReadTags(ClrIccProfile* profile, IccBytes image, int32_t count) noexcept
     const uint64_t dataOffset = kIccTagTableOffset + tableBytes;
     const uint32_t imageSize = profile->header->size;
     if (imageSize < dataOffset || !image.Has(0, imageSize)) return ERR_BAD_PROFILE;
+    for (int32_t i = 0; i < count; ++i) {
+        const uint8_t* entry = image.At(kIccTagTableOffset + uint64_t{kIccTagEntrySize} * static_cast<uint32_t>(i));
+        if (IccEndsTable(IccLoad<ClrIccTagEntry>(entry))) return ERR_BAD_PROFILE;
+    }
 
     // Without tags the pointers were stale.
     if (profile->tagCount == 0) profile->tagData = nullptr;
     profile->tagCount = count;
     profile->tagTable =
-        static_cast<ClrIccTagEntry*>(IccAlloc(kIccTagEntrySize, static_cast<uint64_t>(count) + 1, __LINE__));
+        static_cast<ClrIccTagEntry*>(IccAlloc(static_cast<uint64_t>(IccTableBytes(count)), 1, __LINE__));
     if (profile->tagTable == nullptr) return ERR_FAILURE;
     IccSwapCopy<uint32_t>(profile->tagTable, image.At(kIccTagTableOffset), tableBytes / sizeof(uint32_t));
     IccEndTable(profile->tagTable, count);
@@ -209,6 +213,8 @@ int32_t Zv_FillICCProfileFromICCFile(const ZvChar* fileName, ClrIccProfile* prof
 
 int32_t Zv_GenerateICCPointer(ClrIccProfile* profile) {
     if (profile == nullptr || profile->header == nullptr) return ERR_INVALID_PARAMETER;
+    // Such an image can be read, and its size would be gigabytes.
+    if (profile->tagCount < 0) return ERR_BAD_PROFILE;
     const uint64_t oldSize = profile->profileSize;
     const uint64_t size = IccTagDataOffset(profile->tagCount) + profile->tagDataSize;
     profile->profileSize = size;

@@ -3,23 +3,12 @@
 
 namespace zv {
 
-namespace {
-
-/// One more than the entries, for the table's end.
-int64_t TableBytes(int32_t count) noexcept { return int64_t{kIccTagEntrySize} * (int64_t{count} + 1); }
-
-}  // namespace
-
 void IccEndTable(ClrIccTagEntry* table, int32_t count) noexcept { HostFill(table + count, 0xFF, kIccTagEntrySize); }
 
 int32_t IccTableLength(const ClrIccProfile* profile) noexcept {
     if (profile->tagTable == nullptr) return 0;
     int32_t count = 0;
-    for (; count < profile->tagCount; ++count) {
-        const ClrIccTagEntry& entry = profile->tagTable[count];
-        // No tag that has a body looks like this.
-        if (entry.signature == kIccTableEnd && entry.offset == kIccTableEnd && entry.size == kIccTableEnd) break;
-    }
+    while (count < profile->tagCount && !IccEndsTable(profile->tagTable[count])) ++count;
     return count;
 }
 
@@ -47,7 +36,8 @@ uint8_t* IccInsertTag(ClrIccProfile* profile, const ClrIccTagEntry* entry, uint3
         profile->tagData = nullptr;
     }
     const int32_t oldLength = IccTableLength(profile);
-    auto* table = static_cast<ClrIccTagEntry*>(HostRealloc(profile->tagTable, TableBytes(count), __LINE__, kIccSource));
+    auto* table =
+        static_cast<ClrIccTagEntry*>(HostRealloc(profile->tagTable, IccTableBytes(count), __LINE__, kIccSource));
     if (table == nullptr) return nullptr;
     profile->tagTable = table;
     // Entries of insertions that failed never came to be.

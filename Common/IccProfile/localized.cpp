@@ -1,4 +1,6 @@
 // "mluc", and "pseq" that is made of it.
+#include <algorithm>
+
 #include "Common/IccProfile/tag_types.h"
 
 static_assert(sizeof(ClrIccTagMultiLocalized) == 32 && offsetof(ClrIccTagMultiLocalized, recordCount) == 8);
@@ -10,6 +12,7 @@ static_assert(sizeof(ClrIccProfileSeqEntry) == 84 && offsetof(ClrIccProfileSeqEn
 static_assert(offsetof(ClrIccProfileSeqEntry, attributes) == 8 && offsetof(ClrIccProfileSeqEntry, technology) == 16);
 static_assert(offsetof(ClrIccProfileSeqEntry, manufacturerText) == 20);
 static_assert(offsetof(ClrIccProfileSeqEntry, modelText) == 52);
+static_assert(offsetof(ClrIccTagProfileSequence, count) == 8);
 static_assert(sizeof(ClrIccTagProfileSequence) == 20 && offsetof(ClrIccTagProfileSequence, entries) == 12);
 
 namespace zv {
@@ -17,7 +20,6 @@ namespace zv {
 namespace {
 
 constexpr uint32_t kMluc = IccSignature("mluc");
-constexpr uint64_t kHead = 8;
 constexpr uint64_t kMlucHead = 16;
 constexpr uint64_t kCounts = 8;  // of entries and of their bytes
 constexpr uint64_t kUnit = 2;
@@ -54,26 +56,38 @@ void PutMluc(IccBody* body, uint64_t place, const ClrIccTagMultiLocalized* image
 
 /// From an element of "pseq" to the next one: behind its padding, and four bytes on where none is needed.
 uint64_t ElementStep(const ClrIccTagMultiLocalized* image) noexcept {
-    const uint64_t size = kHead + IccMlucSize(image);
+    const uint64_t size = kIccTagHead + IccMlucSize(image);
     return size + IccPadding(size);
 }
 
 constexpr uint64_t kSequenceHead = 12;
 constexpr uint64_t kMlucStep = 32;
 
-/// An element that cannot be read counts as an empty one; the next begins where it says that it ends.
+/// Bytes of a "mluc" element behind its head.
+uint64_t MlucSize(uint64_t count, uint64_t entrySize, const ClrIccMlucEntry* entries, bool hostForm) noexcept {
+    if (entrySize == 0) return kCounts;
+    return entrySize * count + kCounts + (entries != nullptr ? TextBytes(entries, count, hostForm) : 0);
+}
+
+/// Up to the next element, whatever type this one is of.
+uint64_t ElementSize(IccBytes body) noexcept {
+    if (!body.Has(0, kMlucHead)) return kMlucHead;
+    const uint32_t count = IccReadU32(body.At(8));
+    const bool whole = body.Has(kMlucHead, sizeof(ClrIccMlucEntry) * uint64_t{count});
+    const auto* entries = reinterpret_cast<const ClrIccMlucEntry*>(body.At(kMlucHead));
+    return IccRoundUp4(kIccTagHead + MlucSize(count, IccReadU32(body.At(12)), whole ? entries : nullptr, false));
+}
+
+/// An element that cannot be read out of its own bytes counts as an empty one. Returns how far the next one is.
 uint64_t ReadElement(IccBytes body, ClrIccTagMultiLocalized* record) noexcept {
-    const IccTagType& type = IccTagTypeOf(kMluc);
-    const int32_t result = IccReadTag(type, body, record);
-    const uint64_t size = IccRoundUp4(kHead + IccMlucSize(record));
-    if (result != CLR_SUCCESS) {
-        type.release(record);
+    const uint64_t size = ElementSize(body);
+    const IccBytes element(body.At(0), std::min(size, body.Size()));
+    if (IccReadTag(IccTagTypeOf(kMluc), element, record) != CLR_SUCCESS) {
+        IccFreeMluc(record);
         record->recordCount = 0;
     }
     return size;
 }
-
-void FreeElement(ClrIccTagMultiLocalized* record) noexcept { IccTagTypeOf(kMluc).release(record); }
 
 /// Only the last entry counts, as sequences of one were what it was made for.
 uint64_t SequenceSize(const ClrIccProfileSeqEntry* entries, uint32_t count) noexcept {
@@ -89,12 +103,11 @@ uint64_t SequenceSize(const ClrIccProfileSeqEntry* entries, uint32_t count) noex
 
 uint64_t IccMlucSize(const ClrIccTagMultiLocalized* record) noexcept {
     if (record == nullptr) return 0;
-    if (record->recordSize == 0) return kCounts;
     const bool hostForm = IsHostForm(record);
-    const uint64_t count = hostForm ? record->recordCount : IccSwap(record->recordCount);
-    const uint64_t entrySize = hostForm ? record->recordSize : IccSwap(record->recordSize);
-    const uint64_t text = record->records != nullptr ? TextBytes(record->records, count, hostForm) : 0;
-    return entrySize * count + kCounts + text;
+    const uint32_t count = record->recordCount;
+    const uint32_t entrySize = record->recordSize;
+    return MlucSize(hostForm ? count : IccSwap(count), hostForm ? entrySize : IccSwap(entrySize), record->records,
+                    hostForm);
 }
 
 int32_t IccReadMluc(IccBytes body, void* record) noexcept {
@@ -149,7 +162,7 @@ int32_t IccWriteMluc(ClrIccProfile* profile, const void* image, uint32_t tagSign
     // Under this signature "mluc" is an element of a body and no tag.
     if (tagSignature == IccSignature("pseq")) return ERR_INVALID_PARAMETER;
     const auto* mluc = static_cast<const ClrIccTagMultiLocalized*>(image);
-    IccBody body(profile, tagSignature, kHead + IccMlucSize(mluc), true);
+    IccBody body(profile, tagSignature, kIccTagHead + IccMlucSize(mluc), true);
     PutMluc(&body, 0, mluc);
     return body.Result();
 }
@@ -174,8 +187,7 @@ int32_t IccCopyMluc(ClrIccTagMultiLocalized* destination, const ClrIccTagMultiLo
     if (!IccReadable(source->records, sizeof(ClrIccMlucEntry) * uint64_t{count})) return ERR_INVALID_PARAMETER;
     const uint64_t text = TextBytes(source->records, count, false);
     // The head is taken off twice, and the rest counted as units: only texts of 16 bytes come out whole.
-    const int64_t units = static_cast<int64_t>(IccMlucSize(source)) - 16 -
-                          static_cast<int64_t>(uint64_t{IccSwap(source->recordSize)} * count);
+    const auto units = static_cast<int64_t>(IccMlucSize(source) - 16 - uint64_t{IccSwap(source->recordSize)} * count);
     const uint64_t copied = units > 0 ? static_cast<uint64_t>(units) * kUnit : 0;
     if (copied > text || !IccReadable(source->text, text)) return ERR_INVALID_PARAMETER;
 
@@ -246,7 +258,7 @@ int32_t IccMakeProfileSequence(void* image, void* host) noexcept {
 int32_t IccWriteProfileSequence(ClrIccProfile* profile, const void* image, uint32_t tagSignature) noexcept {
     const auto* sequence = static_cast<const ClrIccTagProfileSequence*>(image);
     const uint32_t count = IccSwap(sequence->count);
-    IccBody body(profile, tagSignature, kHead + SequenceSize(sequence->entries, count), true);
+    IccBody body(profile, tagSignature, kIccTagHead + SequenceSize(sequence->entries, count), true);
     body.Put(0, sequence, kSequenceHead);
     uint64_t place = kSequenceHead;
     for (uint32_t i = 0; i < count; ++i) {
@@ -266,8 +278,8 @@ void IccFreeProfileSequence(void* record) noexcept {
     const bool hostForm = sequence->typeSig == IccSignature("pseq");
     const uint32_t count = hostForm ? sequence->count : IccSwap(sequence->count);
     for (uint32_t i = 0; i < count; ++i) {
-        FreeElement(&sequence->entries[i].manufacturerText);
-        FreeElement(&sequence->entries[i].modelText);
+        IccFreeMluc(&sequence->entries[i].manufacturerText);
+        IccFreeMluc(&sequence->entries[i].modelText);
     }
     IccRelease(sequence->entries, __LINE__);
     sequence->entries = nullptr;

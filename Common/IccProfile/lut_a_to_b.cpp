@@ -5,6 +5,7 @@
 
 static_assert(sizeof(ClrIccClut) == 28 && offsetof(ClrIccClut, precision) == 16);
 static_assert(offsetof(ClrIccClut, clutPad) == 17 && offsetof(ClrIccClut, data) == 20);
+static_assert(offsetof(ClrIccTagLutAToB, inputChannels) == 8 && offsetof(ClrIccTagLutAToB, outputChannels) == 9);
 static_assert(sizeof(ClrIccTagLutAToB) == 120 && offsetof(ClrIccTagLutAToB, lutReserved) == 10);
 static_assert(offsetof(ClrIccTagLutAToB, offsetB) == 12 && offsetof(ClrIccTagLutAToB, offsetMatrix) == 16);
 static_assert(offsetof(ClrIccTagLutAToB, offsetM) == 20 && offsetof(ClrIccTagLutAToB, offsetClut) == 24);
@@ -97,7 +98,8 @@ public:
         const uint64_t size = IccClutSize(block.At(0), record_->inputChannels, record_->outputChannels);
         // The padding of a last element may be left out.
         if (size > IccRoundUp4(block.Size())) return Fail(ERR_INVALID_PARAMETER);
-        auto* clut = static_cast<uint8_t*>(IccAlloc(size, 1, __LINE__));
+        // With room for the head of a caller's grid, lest somebody takes the one for the other.
+        auto* clut = static_cast<uint8_t*>(IccAllocZeroed(std::max<uint64_t>(size, sizeof(ClrIccClut)), 1, __LINE__));
         if (clut == nullptr) return Fail(ERR_FAILURE);
         record_->clut = clut;
         const int32_t result = IccClutFromImage(clut, block, record_->inputChannels, record_->outputChannels);
@@ -244,6 +246,8 @@ struct CurveCounts {
 int32_t MakeLut(void* image, void* host, const CurveCounts& counts) noexcept {
     auto* lut = static_cast<ClrIccTagLutAToB*>(image);
     auto* from = static_cast<ClrIccTagLutAToB*>(host);
+    // What a reader has filled holds runs and a grid of another make, with bytes of a file where pointers would be.
+    if (from->allData != nullptr) return ERR_INVALID_PARAMETER;
     if (from->curvesB == nullptr || from->curvesM == nullptr || from->clut == nullptr || from->curvesA == nullptr) {
         return ERR_INVALID_PARAMETER;
     }
@@ -256,10 +260,9 @@ int32_t MakeLut(void* image, void* host, const CurveCounts& counts) noexcept {
     auto* clut = static_cast<ClrIccClut*>(from->clut);
     const auto* clutHead = reinterpret_cast<const uint8_t*>(clut);
     const uint64_t clutValues = ClutValueBytes(clutHead, inputs, outputs);
-    if (clutValues >= kTooLarge ||
-        (clutValues != 0 && (clut->data == nullptr || IsBadWritePtr(clut->data, clutValues)))) {
-        return ERR_INVALID_PARAMETER;
-    }
+    if (clutValues >= kTooLarge || !IccReadable(clut->data, clutValues)) return ERR_INVALID_PARAMETER;
+    const bool swapsClut = clut->precision != 1 && clutValues != 0;
+    if (swapsClut && IsBadWritePtr(clut->data, clutValues)) return ERR_INVALID_PARAMETER;
     const uint64_t sizeB = RunSize(from->curvesB, counts.connection);
     const uint64_t sizeM = RunSize(from->curvesM, counts.connection);
     const uint64_t sizeClut = IccClutSize(clutHead, inputs, outputs);
@@ -276,7 +279,7 @@ int32_t MakeLut(void* image, void* host, const CurveCounts& counts) noexcept {
     if (lut->allData == nullptr) return ERR_FAILURE;
     const auto offsetOf = [](uint64_t place) { return IccSwap(static_cast<uint32_t>(kHead + place)); };
 
-    // As everywhere in this family a failure unwinds nothing: what scratch blocks there are stay behind.
+    // Without memory the call ends where it is: the scratch blocks so far stay behind, as records half made do.
     auto* curvesB = static_cast<uint8_t*>(IccAllocZeroed(sizeB, 1, __LINE__));
     if (curvesB == nullptr) return ERR_FAILURE;
     int32_t result = IccWriteCurveSet(curvesB, static_cast<const uint8_t*>(from->curvesB), counts.connection);
@@ -383,9 +386,12 @@ int32_t IccClutFromImage(uint8_t* destination, IccBytes block, uint8_t inputChan
     // Padding that the block has is taken along.
     const uint64_t there = std::min(size, block.Size()) - kClutHead;
     HostCopy(data, block.At(kClutHead), there);
-    if (clut.precision != 1) IccSwapCopy<uint16_t>(data, data, (size - kClutHead) / sizeof(uint16_t));
-    clut.data = data;
-    const int32_t result = Zv_ConvertCLUTToBuffer(destination, &clut, clut.precision, size - kClutHead);
+    int32_t result = CLR_SUCCESS;
+    if (destination != nullptr) {
+        if (clut.precision != 1) IccSwapCopy<uint16_t>(data, data, (size - kClutHead) / sizeof(uint16_t));
+        clut.data = data;
+        result = Zv_ConvertCLUTToBuffer(destination, &clut, clut.precision, size - kClutHead);
+    }
     HostFree(data, __LINE__, kIccSource);
     return result;
 }
@@ -416,7 +422,8 @@ int64_t IccReadCurveSet(ClrIccTagLutAToB* record, int64_t length, IccBytes bytes
         place += size;
     }
     const auto runSize = static_cast<uint64_t>(length - begin);
-    void* run = IccAlloc(runSize, 8, __LINE__);  // eight times what it needs, as ever
+    // As if it held pointers: zero behind the run, where a caller who takes it for records finds none.
+    void* run = IccAllocZeroed(runSize, 8, __LINE__);
     if (run == nullptr) return ERR_FAILURE;
     if (runSize != 0) HostCopy(run, record->allData + begin, runSize);
     switch (kind) {
@@ -446,6 +453,7 @@ int32_t IccWriteCurveSet(uint8_t* destination, const uint8_t* records, uint32_t 
 
 bool IccCurveSetSize(IccBytes run, uint32_t count, bool bigEndian, uint64_t* size) noexcept {
     *size = 0;
+    if (run.At(0) == nullptr) return true;
     for (uint32_t i = 0; i < count; ++i) {
         if (!run.Has(*size, kCurveHead)) return false;
         const uint8_t* element = run.At(*size);

@@ -2,11 +2,13 @@
 #include "Common/IccProfile/tag_types.h"
 
 static_assert(sizeof(ClrIccTagLut16) == 76 && offsetof(ClrIccTagLut16, inputChannels) == 8);
+static_assert(offsetof(ClrIccTagLut16, outputChannels) == 9 && offsetof(ClrIccTagLut16, lutPad) == 11);
 static_assert(offsetof(ClrIccTagLut16, gridPoints) == 10 && offsetof(ClrIccTagLut16, matrix) == 12);
 static_assert(offsetof(ClrIccTagLut16, inputEntries) == 48 && offsetof(ClrIccTagLut16, outputEntries) == 50);
 static_assert(offsetof(ClrIccTagLut16, inputTables) == 52 && offsetof(ClrIccTagLut16, clut) == 60);
 static_assert(offsetof(ClrIccTagLut16, outputTables) == 68);
 static_assert(sizeof(ClrIccTagLut8) == 76 && offsetof(ClrIccTagLut8, inputChannels) == 8);
+static_assert(offsetof(ClrIccTagLut8, outputChannels) == 9 && offsetof(ClrIccTagLut8, lutPad) == 11);
 static_assert(offsetof(ClrIccTagLut8, gridPoints) == 10 && offsetof(ClrIccTagLut8, matrix) == 12);
 static_assert(offsetof(ClrIccTagLut8, inputEntries) == 48 && offsetof(ClrIccTagLut8, outputEntries) == 50);
 static_assert(offsetof(ClrIccTagLut8, inputTables) == 52 && offsetof(ClrIccTagLut8, clut) == 60);

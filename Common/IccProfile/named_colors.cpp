@@ -3,6 +3,7 @@
 
 static_assert(sizeof(ClrIccNamedColorEntry) == 46 && offsetof(ClrIccNamedColorEntry, pcs) == 32);
 static_assert(offsetof(ClrIccNamedColorEntry, device) == 38);
+static_assert(offsetof(ClrIccTagNamedColor2, vendorFlags) == 8);
 static_assert(sizeof(ClrIccTagNamedColor2) == 92 && offsetof(ClrIccTagNamedColor2, colorCount) == 12);
 static_assert(offsetof(ClrIccTagNamedColor2, deviceCoords) == 16 && offsetof(ClrIccTagNamedColor2, prefix) == 20);
 static_assert(offsetof(ClrIccTagNamedColor2, suffix) == 52 && offsetof(ClrIccTagNamedColor2, colors) == 84);

@@ -27,8 +27,13 @@ inline constexpr uint32_t kIccNoPadding = 4;
 /// Null when a block could not be grown; tagCount is raised then all the same.
 uint8_t* IccInsertTag(ClrIccProfile* profile, const ClrIccTagEntry* entry, uint32_t padding) noexcept;
 
-/// The table ends with tagCount entries or, after a growth that failed, at an earlier entry with all bits set.
-inline constexpr uint32_t kIccTableEnd = 0xFFFFFFFF;
+/// The table ends with tagCount entries or, after a growth that failed, at an earlier entry that no tag can have: of
+/// that signature, and larger than any image.
+constexpr bool IccEndsTable(const ClrIccTagEntry& entry) noexcept {
+    return entry.signature == UINT32_MAX && entry.size == UINT32_MAX;
+}
+/// Bytes of the table, with the entry that ends it.
+constexpr int64_t IccTableBytes(int32_t count) noexcept { return int64_t{kIccTagEntrySize} * (int64_t{count} + 1); }
 void IccEndTable(ClrIccTagEntry* table, int32_t count) noexcept;
 /// Entries that the table really holds.
 int32_t IccTableLength(const ClrIccProfile* profile) noexcept;

@@ -1,6 +1,7 @@
 // "rcs2".
 #include "Common/IccProfile/tag_types.h"
 
+static_assert(offsetof(ClrIccResponse, reserved) == 2 && offsetof(ClrIccTagResponseCurveSet, channels) == 8);
 static_assert(sizeof(ClrIccResponse) == 8 && offsetof(ClrIccResponse, measure) == 4);
 static_assert(sizeof(ClrIccResponseCurve) == 28 && offsetof(ClrIccResponseCurve, counts) == 4);
 static_assert(offsetof(ClrIccResponseCurve, patches) == 12 && offsetof(ClrIccResponseCurve, responses) == 20);

@@ -6,6 +6,15 @@ namespace zv {
 
 namespace {
 
+/// Every record begins with the head of its body.
+template <class... Records>
+constexpr bool kHaveHead = ((offsetof(Records, typeSig) == 0 && offsetof(Records, typeReserved) == 4) && ...);
+static_assert(
+    kHaveHead<ClrIccTagArray, ClrIccTagChromaticity, ClrIccTagColorantOrder, ClrIccTagColorantTable, ClrIccTagCurve,
+              ClrIccTagData, ClrIccTagDateTime, ClrIccTagLut16, ClrIccTagLut8, ClrIccTagLutAToB, ClrIccTagMeasurement,
+              ClrIccTagMultiLocalized, ClrIccTagNamedColor2, ClrIccTagParametricCurve, ClrIccTagProfileSequence,
+              ClrIccTagResponseCurveSet, ClrIccTagSignature, ClrIccTagText, ClrIccTagViewingConditions>);
+
 #define ZV_ICC_ROW(letters, countsBySize, Record, Name)                                                                \
     { IccSignature(letters), countsBySize, sizeof(Record), IccRead##Name, IccMake##Name, IccWrite##Name, IccFree##Name }
 
@@ -55,8 +64,6 @@ constexpr uint32_t kKnownTags[] = {
 };
 static_assert(std::size(kKnownTags) == 38);
 
-constexpr uint32_t kHeadSize = 8;
-
 }  // namespace
 
 std::span<const IccTagType> IccTagTypes() noexcept { return kTagTypes; }
@@ -78,9 +85,10 @@ int32_t IccIsKnownTag(uint32_t tagSignature) noexcept {
 
 int32_t IccReadTag(const IccTagType& type, IccBytes body, void* record) noexcept {
     HostFill(record, 0, type.recordSize);
-    if (!body.Has(0, kHeadSize)) return ERR_INVALID_PARAMETER;
     auto* head = static_cast<uint8_t*>(record);
-    IccSwapCopy<uint32_t>(head, body.At(0), 1);
+    // Whoever releases a record after a failure goes by its type.
+    if (body.Has(0, sizeof(uint32_t))) IccSwapCopy<uint32_t>(head, body.At(0), 1);
+    if (!body.Has(0, kIccTagHead)) return ERR_INVALID_PARAMETER;
     IccReverseCopy(head + 4, body.At(4), 4);
     return type.read(body, record);
 }
@@ -92,18 +100,17 @@ int32_t IccMakeTag(const IccTagType& type, uint32_t typeSignature, void* image, 
 }
 
 IccBody::IccBody(ClrIccProfile* profile, uint32_t tagSignature, uint64_t size, bool padded) noexcept {
-    if (size > UINT32_MAX) {
+    if (size >= UINT32_MAX) {
         result_ = ERR_INVALID_PARAMETER;
         return;
     }
-    const uint32_t padding = padded ? IccPadding(size) : kIccNoPadding;
     const ClrIccTagEntry entry = {tagSignature, 0, static_cast<uint32_t>(size)};
-    place_ = IccInsertTag(profile, &entry, padding);
+    place_ = IccInsertTag(profile, &entry, padded ? IccPadding(size) : kIccNoPadding);
     if (place_ == nullptr) {
         result_ = ERR_FAILURE;
         return;
     }
-    room_ = size + (padding == kIccNoPadding ? 0 : padding);
+    room_ = size;
 }
 
 void IccBody::Put(uint64_t offset, const void* bytes, uint64_t count) noexcept {

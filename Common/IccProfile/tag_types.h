@@ -10,12 +10,15 @@
 
 namespace zv {
 
+/// Type signature and reserved bytes, which every body begins with.
+inline constexpr uint64_t kIccTagHead = 8;
+
 /// What is known of a tag type. A reader finds the record cleared and its head filled, and the body has the 8 bytes of
 /// a head at least. A maker finds the image record cleared with its type signature. A writer takes the maker's record.
 /// A releaser takes either form, in any state that reader and maker can leave.
 struct IccTagType {
     uint32_t signature;
-    bool countsBySize;  ///< the body's size tells how many elements there are; otherwise fields of the body do
+    bool countsBySize;  ///< the body's size tells the reader how many elements there are; otherwise its fields do
     uint32_t recordSize;
     int32_t (*read)(IccBytes body, void* record) noexcept;
     int32_t (*make)(void* image, void* host) noexcept;
@@ -42,7 +45,7 @@ class IccBody {
 public:
     IccBody(ClrIccProfile* profile, uint32_t tagSignature, uint64_t size, bool padded) noexcept;
 
-    /// From `offset` on. What does not fit into body and padding is left out.
+    /// From `offset` on. What does not fit into the body is left out, and padding stays zero.
     void Put(uint64_t offset, const void* bytes, uint64_t count) noexcept;
     /// CLR_SUCCESS, or why there is no body.
     int32_t Result() const noexcept { return result_; }
@@ -97,7 +100,7 @@ uint32_t IccParametricSize(const void* record) noexcept;
 /// Bytes of a grid, padding included, by its head of 20 bytes. No block has as many as come back when there are more
 /// than 16 input channels or the number does not fit.
 uint64_t IccClutSize(const uint8_t* block, uint8_t inputChannels, uint8_t outputChannels) noexcept;
-/// From a body to host order. `destination` has IccClutSize bytes.
+/// From a body to host order. `destination` has IccClutSize bytes; null only looks whether the grid is whole.
 int32_t IccClutFromImage(uint8_t* destination, IccBytes block, uint8_t inputChannels, uint8_t outputChannels) noexcept;
 /// From the caller's record, whose 16-bit values are swapped in place, to image order.
 int32_t IccClutToImage(uint8_t* destination, ClrIccClut* clut, uint8_t inputChannels, uint8_t outputChannels) noexcept;
@@ -111,7 +114,7 @@ int64_t IccReadCurveSet(ClrIccTagLutAToB* record, int64_t length, IccBytes bytes
                         IccCurveKind kind) noexcept;
 /// Writes a run of the caller's curve records, which stand in steps of 16 bytes.
 int32_t IccWriteCurveSet(uint8_t* destination, const uint8_t* records, uint32_t count) noexcept;
-/// Bytes of a run of image bytes by IccParametricSize. What leaves the run ends the walk: nothing then.
+/// Bytes of a run of image bytes by IccParametricSize; 0 of none. False when the walk leaves the run.
 bool IccCurveSetSize(IccBytes run, uint32_t count, bool bigEndian, uint64_t* size) noexcept;
 
 }  // namespace zv

@@ -11,7 +11,6 @@ namespace zv {
 
 namespace {
 
-constexpr uint64_t kTextOffset = 8;
 constexpr uint64_t kUnit = 2;
 /// Behind a read text, wherever its last unit begins.
 constexpr uint64_t kTextEnd = 3;
@@ -55,8 +54,8 @@ uint8_t* NewCopyWithZeros(const void* bytes, uint64_t count, uint64_t zeros, int
 
 int32_t IccReadText(IccBytes body, void* record) noexcept {
     auto* text = static_cast<ClrIccTagText*>(record);
-    const uint64_t size = body.Size() - kTextOffset;
-    text->text = reinterpret_cast<char*>(NewCopyWithZeros(body.At(kTextOffset), size, kTextEnd, __LINE__));
+    const uint64_t size = body.Size() - kIccTagHead;
+    text->text = reinterpret_cast<char*>(NewCopyWithZeros(body.At(kIccTagHead), size, kTextEnd, __LINE__));
     return text->text != nullptr ? CLR_SUCCESS : ERR_FAILURE;
 }
 int32_t IccMakeText(void* image, void* host) noexcept {
@@ -73,9 +72,9 @@ int32_t IccWriteText(ClrIccProfile* profile, const void* image, uint32_t tagSign
     uint64_t units = 0;
     if (!CountUnits(text->text, &units)) return ERR_INVALID_PARAMETER;
     // One byte for each unit and one more: text of one byte a character is what the type is for.
-    IccBody body(profile, tagSignature, kTextOffset + units + 1, true);
-    body.Put(0, text, kTextOffset);
-    body.Put(kTextOffset, text->text, units + 1);
+    IccBody body(profile, tagSignature, kIccTagHead + units + 1, true);
+    body.Put(0, text, kIccTagHead);
+    body.Put(kIccTagHead, text->text, units + 1);
     return body.Result();
 }
 void IccFreeText(void* record) noexcept {

@@ -17,7 +17,6 @@ namespace zv {
 
 namespace {
 
-constexpr uint64_t kFieldsOffset = 8;
 constexpr uint32_t kLastObserver = 2;
 constexpr uint32_t kLastGeometry = 2;
 constexpr uint32_t kNoFlare = 0;
@@ -27,14 +26,14 @@ constexpr uint32_t kLastIlluminant = 8;
 /// A record without arrays has the same layout as its body.
 template <class Word, uint32_t words>
 int32_t ReadFields(IccBytes body, void* record) noexcept {
-    if (!body.Has(kFieldsOffset, sizeof(Word) * words)) return ERR_INVALID_PARAMETER;
-    IccSwapCopy<Word>(static_cast<uint8_t*>(record) + kFieldsOffset, body.At(kFieldsOffset), words);
+    if (!body.Has(kIccTagHead, sizeof(Word) * words)) return ERR_INVALID_PARAMETER;
+    IccSwapCopy<Word>(static_cast<uint8_t*>(record) + kIccTagHead, body.At(kIccTagHead), words);
     return CLR_SUCCESS;
 }
 
 template <class Word, uint32_t words>
 int32_t MakeFields(void* image, const void* host) noexcept {
-    IccSwapCopy<Word>(static_cast<uint8_t*>(image) + kFieldsOffset, static_cast<const uint8_t*>(host) + kFieldsOffset,
+    IccSwapCopy<Word>(static_cast<uint8_t*>(image) + kIccTagHead, static_cast<const uint8_t*>(host) + kIccTagHead,
                       words);
     return CLR_SUCCESS;
 }
