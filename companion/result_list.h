@@ -9,14 +9,15 @@
       "Nothing needs to be done.")                                                                                     \
     X(ERR_FAILURE,                                                                                                     \
       "The operation failed for a reason without a code of its own.",                                                  \
-      "Most often memory ran out while a profile was handled, or a file name could not be converted; free memory and "  \
-      "check the name.")                                                                                               \
+      "Most often memory ran out while a profile was handled, or a file name could not be converted; free memory and " \
+      "check the name. A profile that a tag was being added to or removed from is only good for release.")             \
     X(ERR_NO_MEMORY,                                                                                                   \
       "An allocation failed.",                                                                                         \
       "The image is too large for one call or memory is short; convert fewer rows at a time.")                         \
     X(ERR_FILE_WRITE,                                                                                                  \
       "Writing a file failed.",                                                                                        \
-      "The disk is full or the file lies on a medium that cannot be written; make room or choose another place.")      \
+      "The disk is full, the file lies on a medium that cannot be written, or no profile image has been generated; "   \
+      "make room, choose another place or generate the image first.")                                                  \
     X(ERR_FILE_READ,                                                                                                   \
       "Reading a file failed.",                                                                                        \
       "The file is damaged or shorter than its contents say, or an emulation table is not a baseline TIFF; check the " \
@@ -29,15 +30,16 @@
       "The file is missing, locked or not readable for this user; check its name and its rights.")                     \
     X(ERR_INVALID_PARAMETER,                                                                                           \
       "An argument or a field of a record cannot be used.",                                                            \
-      "A pointer is null, a size is below 1, a padding is negative, or a buffer is smaller than the image and its "    \
-      "padding; check the arguments against the header.")                                                              \
+      "A pointer is null, a size is below 1, a padding is negative, a buffer is smaller than the image and its "       \
+      "padding, or a field of an ICC tag is out of range or counts past the tag's end; check the arguments against "   \
+      "the header.")                                                                                                   \
     X(ERR_FILE_OPEN,                                                                                                   \
       "A file could not be opened.",                                                                                   \
       "The file is missing, locked or protected, or its folder does not exist; check its name and its rights.")        \
     X(ERR_BAD_TAG,                                                                                                     \
       "A tag is missing or a selector is out of range, or an HLS pixel without saturation has a hue.",                 \
-      "The profile lacks the tag that was asked for, or the HLS image comes from another encoder; store hue 0 in "     \
-      "achromatic pixels.")                                                                                            \
+      "The profile lacks the tag that was asked for, or the tag lies outside the profile or lacks a part; or the HLS " \
+      "image comes from another encoder: store hue 0 in achromatic pixels.")                                           \
     X(ERR_BAD_POINTER,                                                                                                 \
       "A record or a pixel buffer cannot be read or written.",                                                         \
       "A buffer is shorter than width, height and padding say, or has been released; check the sizes that were "       \
@@ -61,7 +63,7 @@
       "converter is created.")                                                                                         \
     X(ERR_PROFILE_LOAD,                                                                                                \
       "A profile could not be opened by the transform engine.",                                                        \
-      "The file is no ICC profile, is damaged, or too many are open: converters keep their profile files open.") \
+      "The file is no ICC profile, is damaged, or too many are open: converters keep their profile files open.")       \
     X(ERR_TRANSFORM_CREATE,                                                                                            \
       "A profile does not fit the pixel format.",                                                                      \
       "The profile is for another colour space than the pixels, for example RGB for CMYK; choose one of the right "    \
@@ -98,17 +100,18 @@
       "The platform's colour management found colour spaces that do not match.",                                       \
       "The profiles belong to other spaces than the pixels; check which profile is for input and which for output.")   \
     X(ERR_UNKNOWN_TAG,                                                                                                 \
-      "Warning: the signature of the tag is unknown; its data was delivered.",                                         \
-      "The profile holds a private or newer tag; treat the data as raw bytes.")                                        \
+      "Warning: the signature of the tag is unknown; the tag was read or added all the same.",                         \
+      "The tag is a private or newer one; use the record of its type, and delete it without asking for its data.")     \
     X(ERR_UNKNOWN_TAG_TYPE,                                                                                            \
-      "Warning: the type of the tag is unknown; its data was delivered.",                                              \
-      "The profile holds a private or newer type; treat the data as raw bytes.")                                       \
+      "Warning: the type of the tag is unknown; the tag was read or added as bytes.",                                  \
+      "The type is a private, newer or older one; treat the data as raw bytes.")                                       \
     X(ERR_UNKNOWN_TAG_AND_TYPE,                                                                                        \
-      "Warning: signature and type of the tag are unknown; its data was delivered.",                                   \
+      "Warning: signature and type of the tag are unknown; the tag was read or added as bytes.",                       \
       "The profile holds private data; treat it as raw bytes.")                                                        \
     X(ERR_BAD_PROFILE,                                                                                                 \
       "A profile fails a basic check.",                                                                                \
-      "Its signature, size or tag table is wrong, so that it is no ICC profile or is damaged; choose another one.")    \
+      "It is no ICC profile, is damaged or of a version before 4, or its tags do not add up to the size in its "       \
+      "header, as after the deletion of the last one; choose another one or put the size right.")                      \
     X(ERR_FORMAT_NO_ICC,                                                                                               \
       "The image file format cannot hold an ICC profile.",                                                             \
       "Profiles travel in JPEG, TIFF, EPS and GIF files among others; save the image in such a format.")

@@ -168,9 +168,9 @@ enum ClrResult {
     ERR_PROFILE_TRUNCATED = -813,      /**< the data ended inside a profile */
     ERR_PROFILE_UNUSABLE = -817,       /**< a profile or its transform cannot be used */
     ERR_COLORSPACE_MISMATCH = -918,    /**< the platform's colour management found mismatching spaces */
-    ERR_UNKNOWN_TAG = -1150,           /**< warning: the tag's signature is unknown, data delivered */
-    ERR_UNKNOWN_TAG_TYPE = -1151,      /**< warning: the tag's type is unknown, data delivered */
-    ERR_UNKNOWN_TAG_AND_TYPE = -1152,  /**< warning: neither is known, data delivered */
+    ERR_UNKNOWN_TAG = -1150,           /**< warning: the tag's signature is unknown; the tag is read or added */
+    ERR_UNKNOWN_TAG_TYPE = -1151,      /**< warning: the tag's type is unknown; the tag is read or added */
+    ERR_UNKNOWN_TAG_AND_TYPE = -1152,  /**< warning: neither is known; the tag is read or added */
     ERR_BAD_PROFILE = -1153,           /**< a profile fails a basic check */
     ERR_FORMAT_NO_ICC = -1154          /**< the image file format cannot hold an ICC profile */
 };

@@ -216,10 +216,9 @@ typedef struct ClrIccProfileSeqEntry {
 /**
  * "pseq", 20 bytes: the profiles that a device link was made of. To be set it holds one entry as a
  * rule: texts of later ones are taken 32 bytes on from those of the first, the body has the size
- * that the last entry takes, and what does not fit is left out. A text to be set has 16 bytes; of a
- * shorter one of n bytes 2n - 16 are taken, and longer ones are refused. Texts whose element has a
- * multiple of 4 bytes are followed by four more, where readers do not look for the next element: the
- * model's text of what is set here reads back as empty then.
+ * that the last entry takes, and what does not fit is left out. Of a text of n bytes 2n - 16
+ * are taken, and texts of more than 16 bytes are refused. Where n is a multiple of 4, what follows the
+ * text is written four bytes further on than readers look for it.
  */
 typedef struct ClrIccTagProfileSequence {
     uint32_t typeSig;
@@ -488,7 +487,7 @@ ZVCLR_API int32_t Zv_SetICCDateTime(ClrIccProfile* profile, const uint16_t* date
  *
  * The fraction is made of up to four hexadecimal digits, and ends with the last one that is not
  * zero. A fraction of fewer digits is not moved up to its place: 0.5 gives 0x8, 1.5 gives 0x18, 2.75
- * gives 0x2C. Where such words are not wanted, compute them: (uint32_t)(value * 65536 + 0.5).
+ * gives 0x2C. Where such words are not wanted, compute them: (uint32_t)(int32_t)floor(value * 65536 + 0.5).
  * Negative numbers lose their fraction: -1.5 gives 0xFFFF0000. Of numbers beyond 32 bits the nearest
  * integer is taken, and 0 of what is none.
  */

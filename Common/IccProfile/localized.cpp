@@ -78,10 +78,13 @@ uint64_t ElementSize(IccBytes body) noexcept {
     return IccRoundUp4(kIccTagHead + MlucSize(count, IccReadU32(body.At(12)), whole ? entries : nullptr, false));
 }
 
-/// An element that cannot be read out of its own bytes counts as an empty one. Returns how far the next one is.
+/// An element that cannot be read counts as an empty one. Returns how far the next one is.
 uint64_t ReadElement(IccBytes body, ClrIccTagMultiLocalized* record) noexcept {
     const uint64_t size = ElementSize(body);
-    const IccBytes element(body.At(0), std::min(size, body.Size()));
+    // Texts may run on past their element, as those of several languages do. Where its size does not count them, each
+    // element could take the rest of the tag.
+    const bool counted = body.Has(0, kMlucHead) && IccReadU32(body.At(12)) != 0;
+    const IccBytes element = counted ? body : IccBytes(body.At(0), std::min(size, body.Size()));
     if (IccReadTag(IccTagTypeOf(kMluc), element, record) != CLR_SUCCESS) {
         IccFreeMluc(record);
         record->recordCount = 0;

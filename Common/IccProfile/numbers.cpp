@@ -22,8 +22,9 @@ uint32_t AppendFraction(uint32_t integer, double fraction, int digits) noexcept 
     uint32_t word = integer;
     for (int i = 1; i <= digits && fraction > 0; ++i) {
         fraction *= 16;
-        const int32_t digit = Truncate(i == digits ? fraction + 0.5 : fraction);
-        fraction -= digit;
+        // More than a digit for numbers whose integer part has lost its upper bits.
+        const auto digit = static_cast<int64_t>(i == digits ? fraction + 0.5 : fraction);
+        fraction -= static_cast<double>(digit);
         word = word << 4 | (static_cast<uint32_t>(digit) & 15);
     }
     return word;

@@ -2,18 +2,19 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <fstream>
 #include <map>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "document_tables.h"
 #include "zvclr.h"
 #include "zvspaces.h"
 
 namespace {
 
-using Cells = std::vector<std::string>;
+using zvtest::Cells;
+using zvtest::tableOf;
 using Rgb = std::array<uint8_t, 3>;
 
 struct SpaceRow {
@@ -37,35 +38,6 @@ const std::map<std::string, Rgb> kColours = {
     {"black", {0, 0, 0}},   {"white", {255, 255, 255}}, {"grey", {128, 128, 128}}, {"red", {255, 0, 0}},
     {"green", {0, 255, 0}}, {"blue", {0, 0, 255}},      {"brown", {200, 100, 50}},
 };
-
-Cells cellsOf(const std::string& line) {
-    Cells cells;
-    std::istringstream text(line.substr(1));
-    for (std::string cell; std::getline(text, cell, '|');) {
-        const size_t first = cell.find_first_not_of(' '), last = cell.find_last_not_of(' ');
-        cells.push_back(first == std::string::npos ? "" : cell.substr(first, last - first + 1));
-    }
-    return cells;
-}
-
-/// The rows of the table whose first line is this, that line not among them.
-std::vector<Cells> tableOf(const std::string& file, const std::string& head) {
-    std::ifstream text(std::string(PROJECT_FOLDER) + "/" + file);
-    std::vector<Cells> rows;
-    bool inside = false;
-    for (std::string line; std::getline(text, line);) {
-        if (line == head) {
-            inside = true;
-        } else if (inside && line.rfind("|---", 0) == 0) {
-            continue;
-        } else if (inside && line.rfind("| ", 0) == 0) {
-            rows.push_back(cellsOf(line));
-        } else {
-            inside = false;
-        }
-    }
-    return rows;
-}
 
 const SpaceRow* spaceNamed(const std::string& name) {
     for (const SpaceRow& space : spaces()) {

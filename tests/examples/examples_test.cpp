@@ -1,7 +1,5 @@
 // Runs the example programs and the script behind the sample picture as a user would.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <array>
 #include <cstdio>
@@ -16,18 +14,14 @@
 #include <vector>
 
 #include "image/image.h"
+#include "program_runs.h"
 #include "zvclr.h"
 #include "zvspaces.h"
 
 namespace {
 
 namespace fs = std::filesystem;
-
-struct Outcome {
-    int exitCode;
-    std::string out;
-    std::string err;
-};
+using zvtest::Outcome;
 
 struct Picture {
     int32_t width = 0;
@@ -50,13 +44,6 @@ const char* const kProfileRoutes[] = {"icc-cmyk", "icc-cmy", "icc-lab"};
 constexpr size_t kRoutes = size_t{ZVCLR_SPACE_COUNT} + std::size(kProfileRoutes);
 
 const std::string kSample = std::string(PROJECT_FOLDER) + "/examples/sample.png";
-
-std::string textOf(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
 
 Picture load(const std::string& path) {
     const auto reader = zvimage::openImage(path, {});
@@ -89,29 +76,11 @@ std::map<std::string, Row> tableOf(const std::string& text) {
     return table;
 }
 
-class Examples : public testing::Test {
+class Examples : public zvtest::ProgramRuns {
 protected:
-    void SetUp() override {
-        std::string name = (fs::temp_directory_path() / "zvclr-examples-XXXXXX").string();
-        ASSERT_NE(mkdtemp(name.data()), nullptr);
-        folder_ = name;
-    }
-    void TearDown() override { fs::remove_all(folder_); }
-
-    std::string path(const std::string& name) const { return (folder_ / name).string(); }
-
-    Outcome run(const std::string& command) const {
-        const fs::path out = folder_ / "stdout.txt", err = folder_ / "stderr.txt";
-        const int status =
-            std::system((command + " >'" + out.string() + "' 2>'" + err.string() + "' </dev/null").c_str());
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, textOf(out), textOf(err)};
-    }
-
     Outcome contactSheet(const std::string& input, const std::string& output) const {
         return run(std::string(CONTACT_SHEET_PROGRAM) + " '" + input + "' '" + output + "'");
     }
-
-    fs::path folder_;
 };
 
 TEST_F(Examples, MinimalProgramPrintsTheInks) {

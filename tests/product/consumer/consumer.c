@@ -1,4 +1,4 @@
-/* Converts three pixels as a stranger would, by the installed header and library; C99 and C++11. */
+/* Converts pixels and makes a profile as a stranger would, by the installed headers and library; C99 and C++11. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -6,6 +6,7 @@
 #    include <windows.h>
 #endif
 #include <zvclr.h>
+#include <zvicc.h>
 #include <zvspaces.h>
 #ifdef WITH_COMPANION
 #    include <zverror.h>
@@ -57,6 +58,32 @@ static int ConvertIntoBitmap(void) {
     return equal;
 }
 
+/* A profile with one tag, read back out of its image. */
+static int MakeProfile(void) {
+    ClrIccProfile made, read;
+    ClrIccTagSignature tag;
+    int32_t result;
+    int equal = 0;
+
+    memset(&read, 0, sizeof read);
+    memset(&tag, 0, sizeof tag);
+    tag.value = ZVICC_SIG('d', 'c', 'a', 'm');
+    result = Zv_InitICCProfile(&made, sizeof made);
+    if (result == CLR_SUCCESS) result = Zv_InitICCProfile(&read, sizeof read);
+    if (result == CLR_SUCCESS) result = Zv_InitICCHeader(&made);
+    if (result == CLR_SUCCESS)
+        result = Zv_SetICCTagData(&made, &tag, ZVICC_SIG('t', 'e', 'c', 'h'), ZVICC_SIG('s', 'i', 'g', ' '));
+    if (result == CLR_SUCCESS) result = Zv_GenerateICCPointer(&made);
+    if (result == CLR_SUCCESS) result = Zv_FillICCProfileStructure(&read, made.profileData, made.profileSize);
+    tag.value = 0;
+    if (result == CLR_SUCCESS) result = Zv_GetICCTagData(&read, &tag, ZVICC_SIG('t', 'e', 'c', 'h'));
+    if (result == CLR_SUCCESS) equal = made.profileSize == 156 && tag.value == ZVICC_SIG('d', 'c', 'a', 'm');
+    if (!equal) printf("a profile: %d\n", (int)result);
+    Zv_FreeICCProfile(&read);
+    Zv_FreeICCProfile(&made);
+    return equal;
+}
+
 int main(void) {
     const unsigned char rgb[9] = {255, 0, 16, 1, 2, 3, 128, 64, 32};
     const unsigned char expected[9] = {0, 255, 239, 254, 253, 252, 127, 191, 223};
@@ -83,7 +110,7 @@ int main(void) {
         printf("Zv_ClrFree: %d\n", (int)result);
         return 1;
     }
-    if (!ConvertInks() || !ConvertIntoBitmap()) return 1;
+    if (!ConvertInks() || !ConvertIntoBitmap() || !MakeProfile()) return 1;
 #ifdef WITH_COMPANION
     if (strcmp(ZvErrorName(ERR_NO_MEMORY), "ERR_NO_MEMORY") != 0) {
         printf("ZvErrorName: %s\n", ZvErrorName(ERR_NO_MEMORY));
