@@ -1,4 +1,4 @@
-// zvclr: converts image files from one colour space to another.
+// zvclr: converts image files from one colour space to another, and looks into ICC profiles.
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
@@ -10,6 +10,7 @@
 #include "convert.h"
 #include "image/image.h"
 #include "image/output_file.h"
+#include "info_command.h"
 #include "table_command.h"
 #include "zvclr.h"
 
@@ -65,6 +66,20 @@ the chart, and read the picture of the outcome:
   zvclr convert press.tif proof.png --to rgb --table printer.tif
 
 There are tables from cmyk to rgb (289 x 289 patches), from rgb to lab and from lab to rgb (190 x 190).)";
+
+const char* const kInfoFooter = R"(
+It shows the header in plain words, the table of tags with the places of their bodies, what is in every tag, what
+the converters of the library would take of the profile, and problems in four levels:
+
+  error     the file breaks its own structure: bodies outside the data, fields that count past their body
+  warning   the standard is broken: tags missing, wrong types, bad alignment, overlaps, reserved bytes, bad numbers
+  note      what is unusual: other versions, private tags, gaps
+  hint      what would make the profile better, also for the converters
+
+Profiles of version 2 are read too: by the library where its records fit, and by their bytes otherwise, as the
+lines in brackets tell. Numbers of 16.16 bits are shown with five decimals.
+
+Exit codes: 0 done, 1 it is no profile or cannot be read, or with --strict has errors or warnings, 2 wrong usage.)";
 
 void addMethodOptions(CLI::App* convert, zvtool::ConvertArguments& args) {
     convert
@@ -135,6 +150,17 @@ CLI::App* addTableRead(CLI::App* table, zvtool::TableArguments& args) {
     return read;
 }
 
+CLI::App* addInfo(CLI::App& app, zvtool::InfoArguments& args) {
+    CLI::App* info = app.add_subcommand("info", "Tell what is in an ICC profile");
+    info->add_option("FILE", args.input, "ICC profile; - is the standard input")->required();
+    CLI::Option* json = info->add_flag("--json", args.json, "The report as JSON, for programs");
+    info->add_flag("--svg", args.svg, "A picture of the tone curves and the chromaticities, as SVG")->excludes(json);
+    info->add_flag("--all", args.all, "Tables and lists in full length");
+    info->add_flag("--strict", args.strict, "Fail when there are errors or warnings");
+    info->footer(kInfoFooter);
+    return info;
+}
+
 int fail(ExitCode code, const char* text) {
     fmt::print(stderr, "zvclr: error: {}\n", text);
     return code;
@@ -167,7 +193,8 @@ int runCommand(const std::vector<Command>& commands) {
 }
 
 int run(int argc, char** argv) {
-    CLI::App app("Converts images between the colour spaces of the zvclr library.", "zvclr");
+    CLI::App app("Converts images between the colour spaces of the zvclr library, and looks into ICC profiles.",
+                 "zvclr");
     app.set_version_flag("--version", std::string("zvclr ") + ZVCLR_VERSION_STRING);
     app.require_subcommand(1);
     zvtool::ConvertArguments convertArguments;
@@ -179,6 +206,8 @@ int run(int argc, char** argv) {
     table->footer(kTableFooter);
     const CLI::App* make = addTableMake(table, chartArguments);
     const CLI::App* read = addTableRead(table, tableArguments);
+    zvtool::InfoArguments infoArguments;
+    const CLI::App* info = addInfo(app, infoArguments);
     const CLI::App* spaces = app.add_subcommand("spaces", "List the colour spaces");
     try {
         app.parse(argc, argv);
@@ -191,6 +220,7 @@ int run(int argc, char** argv) {
     return runCommand({{convert, [&] { zvtool::runConvert(convertArguments); }},
                        {make, [&] { zvtool::runTableMake(chartArguments); }},
                        {read, [&] { zvtool::runTableRead(tableArguments); }},
+                       {info, [&] { zvtool::runInfo(infoArguments); }},
                        {spaces, [] { fmt::print("{}", zvtool::spacesTable()); }}});
 }
 
