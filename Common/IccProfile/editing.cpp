@@ -1,7 +1,7 @@
 // Reading, adding and removing tags.
 #include "Common/IccProfile/profile.h"
 #include "Common/IccProfile/tag_types.h"
-#include "Common/memory.h"
+#include "host/memory.h"
 
 namespace zv {
 

@@ -1,6 +1,6 @@
 // Profile images: into the record and out of it, in memory and in files.
 #include "Common/IccProfile/profile.h"
-#include "Common/memory.h"
+#include "host/memory.h"
 
 namespace zv {
 

@@ -2,7 +2,7 @@
 
 #include "Common/kernels/kernels.h"
 #include "Common/kernels/row_frame.h"
-#include "Common/memory.h"
+#include "host/memory.h"
 
 namespace zv {
 

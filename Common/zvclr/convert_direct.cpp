@@ -2,10 +2,10 @@
 
 #include "Common/kernels/kernels.h"
 #include "Common/kernels/subsampled.h"
-#include "Common/memory.h"
 #include "Common/zvclr/frame.h"
 #include "Common/zvclr/records.h"
 #include "host/host.h"
+#include "host/memory.h"
 
 namespace zv {
 

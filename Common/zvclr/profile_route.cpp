@@ -1,10 +1,10 @@
 // Converting by a stored transform, which works on a packed run of pixels.
 #include "Common/Zvtrans/transform.h"
 #include "Common/kernels/kernels.h"
-#include "Common/memory.h"
 #include "Common/zvclr/frame.h"
 #include "Common/zvclr/records.h"
 #include "host/host.h"
+#include "host/memory.h"
 
 namespace zv {
 

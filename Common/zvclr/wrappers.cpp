@@ -1,8 +1,8 @@
 // Conversions into the host's bitmaps, and the same operations for narrow strings.
-#include "Common/memory.h"
 #include "Common/names.h"
 #include "Common/zvclr/frame.h"
 #include "Common/zvclr/records.h"
+#include "host/memory.h"
 
 namespace zv {
 

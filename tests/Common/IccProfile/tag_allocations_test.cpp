@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "Common/IccProfile/tag_types.h"
+#include "tests/Common/IccProfile/editing_fixture.h"
 #include "tests/support/icc_profile_support.h"
 #include "tests/support/icc_settable_record.h"
 #include "tests/support/icc_tag_bodies.h"
@@ -11,37 +12,6 @@
 
 namespace zv::test {
 namespace {
-
-constexpr auto kHeader = IccProfileHolder::Start::kHeader;
-
-Bytes BytesOf(const void* data, size_t size) {
-    const auto* bytes = static_cast<const uint8_t*>(data);
-    return {bytes, bytes + size};
-}
-
-/// All of a record that callers see, and the blocks behind it.
-Bytes StateOf(const ClrIccProfile* profile) {
-    Bytes state = BytesOf(profile, sizeof *profile) + IccHeaderBytesOf(profile) + IccTagDataOf(profile);
-    for (const ClrIccTagEntry& entry : IccTableOf(profile)) state = state + BytesOf(&entry, sizeof entry);
-    return state + IccImageBytesOf(profile);
-}
-
-/// Adds a body of so many bytes in all, of an unknown type, whose bytes behind the head begin with `first`.
-Bytes AddUnknown(ClrIccProfile* profile, std::string_view tag, size_t size, uint8_t first,
-                 std::string_view type = "zzzz") {
-    Bytes values = CountingBytes(size - 8, first);
-    ClrIccTagArray record = {0, {}, values.data(), static_cast<uint32_t>(values.size())};
-    const int32_t result = Zv_SetICCTagData(profile, &record, FourCc(tag), FourCc(type));
-    EXPECT_EQ(IccIsKnownTag(FourCc(tag)) == 0 ? ERR_UNKNOWN_TAG_TYPE : ERR_UNKNOWN_TAG_AND_TYPE, result);
-    return TypedBody(type, values);
-}
-
-void FillProfileId(ClrIccProfile* profile) { std::memset(profile->header->profileId, 0x77, 16); }
-
-bool ProfileIdIsClear(const ClrIccProfile* profile) {
-    return std::all_of(std::begin(profile->header->profileId), std::end(profile->header->profileId),
-                       [](uint8_t byte) { return byte == 0; });
-}
 
 /// Fails each allocation of `work` in turn, and returns how many there were. `work` gets its result and the scope.
 template <class Work>
