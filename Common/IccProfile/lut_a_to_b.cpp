@@ -243,86 +243,116 @@ struct CurveCounts {
     uint32_t device;
 };
 
-int32_t MakeLut(void* image, void* host, const CurveCounts& counts) noexcept {
-    auto* lut = static_cast<ClrIccTagLutAToB*>(image);
-    auto* from = static_cast<ClrIccTagLutAToB*>(host);
+/// Whether everything that a maker needs is there and can be read, and written where it is swapped in place.
+bool CanBeMade(ClrIccTagLutAToB* from, const CurveCounts& counts) noexcept {
     // What a reader has filled holds runs and a grid of another make, with bytes of a file where pointers would be.
-    if (from->allData != nullptr) return ERR_INVALID_PARAMETER;
+    if (from->allData != nullptr) return false;
     if (from->curvesB == nullptr || from->curvesM == nullptr || from->clut == nullptr || from->curvesA == nullptr) {
-        return ERR_INVALID_PARAMETER;
+        return false;
     }
     if (!IsRun(from->curvesB, counts.connection) || !IsRun(from->curvesM, counts.connection) ||
         !IsRun(from->curvesA, counts.device) || !IccReadable(from->clut, sizeof(ClrIccClut))) {
-        return ERR_INVALID_PARAMETER;
+        return false;
     }
-    const uint8_t inputs = from->inputChannels;
-    const uint8_t outputs = from->outputChannels;
-    auto* clut = static_cast<ClrIccClut*>(from->clut);
-    const auto* clutHead = reinterpret_cast<const uint8_t*>(clut);
-    const uint64_t clutValues = ClutValueBytes(clutHead, inputs, outputs);
-    if (clutValues >= kTooLarge || !IccReadable(clut->data, clutValues)) return ERR_INVALID_PARAMETER;
-    const bool swapsClut = clut->precision != 1 && clutValues != 0;
-    if (swapsClut && IsBadWritePtr(clut->data, clutValues)) return ERR_INVALID_PARAMETER;
-    const uint64_t sizeB = RunSize(from->curvesB, counts.connection);
-    const uint64_t sizeM = RunSize(from->curvesM, counts.connection);
-    const uint64_t sizeClut = IccClutSize(clutHead, inputs, outputs);
-    const uint64_t sizeA = RunSize(from->curvesA, counts.device);
-    const uint64_t placeM = sizeB + kMatrixSize;
-    const uint64_t placeClut = placeM + sizeM;
-    const uint64_t placeA = placeClut + sizeClut;
-    const uint64_t all = placeA + sizeA;
-    if (all > UINT32_MAX - kHead) return ERR_INVALID_PARAMETER;
+    const auto* clut = static_cast<const ClrIccClut*>(from->clut);
+    const uint64_t values =
+        ClutValueBytes(static_cast<const uint8_t*>(from->clut), from->inputChannels, from->outputChannels);
+    if (values >= kTooLarge || !IccReadable(clut->data, values)) return false;
+    return clut->precision == 1 || values == 0 || !IsBadWritePtr(clut->data, values);
+}
 
-    lut->inputChannels = inputs;
-    lut->outputChannels = outputs;
-    lut->allData = static_cast<uint8_t*>(IccAllocZeroed(all, 1, __LINE__));
+/// Sizes and places in allData of the elements that are made, in their order: B, matrix, M, CLUT, A.
+struct Layout {
+    uint64_t sizeB;
+    uint64_t sizeM;
+    uint64_t sizeClut;
+    uint64_t sizeA;
+
+    uint64_t PlaceM() const noexcept { return sizeB + kMatrixSize; }
+    uint64_t PlaceClut() const noexcept { return PlaceM() + sizeM; }
+    uint64_t PlaceA() const noexcept { return PlaceClut() + sizeClut; }
+    uint64_t All() const noexcept { return PlaceA() + sizeA; }
+};
+
+/// Scratch blocks of a maker. Without memory it ends where it is, and those so far stay behind, as records half made
+/// do.
+struct Scratch {
+    uint8_t* curvesB;
+    uint8_t* matrix;
+    uint8_t* curvesM;
+    uint8_t* clut;
+    uint8_t* curvesA;
+};
+
+/// A run of the caller's records in image form.
+int32_t MakeRun(const void* records, uint32_t count, uint64_t size, uint8_t** run) noexcept {
+    *run = static_cast<uint8_t*>(IccAllocZeroed(size, 1, __LINE__));
+    if (*run == nullptr) return ERR_FAILURE;
+    return IccWriteCurveSet(*run, static_cast<const uint8_t*>(records), count);
+}
+
+/// Puts an element into allData and returns its offset as the image has it.
+uint32_t PlaceElement(const ClrIccTagLutAToB* lut, uint64_t place, const uint8_t* element, uint64_t size) noexcept {
+    HostCopy(lut->allData + place, element, size);
+    return IccSwap(static_cast<uint32_t>(kHead + place));
+}
+
+int32_t MakeElements(ClrIccTagLutAToB* lut, ClrIccTagLutAToB* from, const CurveCounts& counts, const Layout& layout,
+                     Scratch* scratch) noexcept {
+    int32_t result = MakeRun(from->curvesB, counts.connection, layout.sizeB, &scratch->curvesB);
+    if (result != CLR_SUCCESS) return result;
+    lut->offsetB = PlaceElement(lut, 0, scratch->curvesB, layout.sizeB);
+
+    scratch->matrix = static_cast<uint8_t*>(IccAlloc(kMatrixSize, 1, __LINE__));
+    if (scratch->matrix == nullptr) return ERR_FAILURE;
+    result = IccMatrixToImage(scratch->matrix, from->matrix);
+    if (result != CLR_SUCCESS) return result;
+    lut->offsetMatrix = PlaceElement(lut, layout.sizeB, scratch->matrix, kMatrixSize);
+
+    result = MakeRun(from->curvesM, counts.connection, layout.sizeM, &scratch->curvesM);
+    if (result != CLR_SUCCESS) return result;
+    lut->offsetM = PlaceElement(lut, layout.PlaceM(), scratch->curvesM, layout.sizeM);
+
+    scratch->clut = static_cast<uint8_t*>(IccAllocZeroed(layout.sizeClut, 1, __LINE__));
+    if (scratch->clut == nullptr) return ERR_FAILURE;
+    IccClutToImage(scratch->clut, static_cast<ClrIccClut*>(from->clut), from->inputChannels, from->outputChannels);
+    lut->offsetClut = PlaceElement(lut, layout.PlaceClut(), scratch->clut, layout.sizeClut);
+
+    result = MakeRun(from->curvesA, counts.device, layout.sizeA, &scratch->curvesA);
+    if (result != CLR_SUCCESS) return result;
+    lut->offsetA = PlaceElement(lut, layout.PlaceA(), scratch->curvesA, layout.sizeA);
+    return CLR_SUCCESS;
+}
+
+int32_t MakeLut(void* image, void* host, const CurveCounts& counts) noexcept {
+    auto* lut = static_cast<ClrIccTagLutAToB*>(image);
+    auto* from = static_cast<ClrIccTagLutAToB*>(host);
+    if (!CanBeMade(from, counts)) return ERR_INVALID_PARAMETER;
+    const Layout layout = {
+        RunSize(from->curvesB, counts.connection), RunSize(from->curvesM, counts.connection),
+        IccClutSize(static_cast<const uint8_t*>(from->clut), from->inputChannels, from->outputChannels),
+        RunSize(from->curvesA, counts.device)};
+    if (layout.All() > UINT32_MAX - kHead) return ERR_INVALID_PARAMETER;
+
+    lut->inputChannels = from->inputChannels;
+    lut->outputChannels = from->outputChannels;
+    lut->allData = static_cast<uint8_t*>(IccAllocZeroed(layout.All(), 1, __LINE__));
     if (lut->allData == nullptr) return ERR_FAILURE;
-    const auto offsetOf = [](uint64_t place) { return IccSwap(static_cast<uint32_t>(kHead + place)); };
-
-    // Without memory the call ends where it is: the scratch blocks so far stay behind, as records half made do.
-    auto* curvesB = static_cast<uint8_t*>(IccAllocZeroed(sizeB, 1, __LINE__));
-    if (curvesB == nullptr) return ERR_FAILURE;
-    int32_t result = IccWriteCurveSet(curvesB, static_cast<const uint8_t*>(from->curvesB), counts.connection);
+    Scratch scratch = {};
+    const int32_t result = MakeElements(lut, from, counts, layout, &scratch);
     if (result != CLR_SUCCESS) return result;
-    HostCopy(lut->allData, curvesB, sizeB);
-    lut->offsetB = offsetOf(0);
 
-    auto* matrix = static_cast<uint8_t*>(IccAlloc(kMatrixSize, 1, __LINE__));
-    if (matrix == nullptr) return ERR_FAILURE;
-    result = IccMatrixToImage(matrix, from->matrix);
-    if (result != CLR_SUCCESS) return result;
-    HostCopy(lut->allData + sizeB, matrix, kMatrixSize);
-    lut->offsetMatrix = offsetOf(sizeB);
-
-    auto* curvesM = static_cast<uint8_t*>(IccAllocZeroed(sizeM, 1, __LINE__));
-    if (curvesM == nullptr) return ERR_FAILURE;
-    result = IccWriteCurveSet(curvesM, static_cast<const uint8_t*>(from->curvesM), counts.connection);
-    if (result != CLR_SUCCESS) return result;
-    HostCopy(lut->allData + placeM, curvesM, sizeM);
-    lut->offsetM = offsetOf(placeM);
-
-    auto* grid = static_cast<uint8_t*>(IccAllocZeroed(sizeClut, 1, __LINE__));
-    if (grid == nullptr) return ERR_FAILURE;
-    IccClutToImage(grid, clut, inputs, outputs);
-    HostCopy(lut->allData + placeClut, grid, sizeClut);
-    lut->offsetClut = offsetOf(placeClut);
-
-    auto* curvesA = static_cast<uint8_t*>(IccAllocZeroed(sizeA, 1, __LINE__));
-    if (curvesA == nullptr) return ERR_FAILURE;
-    result = IccWriteCurveSet(curvesA, static_cast<const uint8_t*>(from->curvesA), counts.device);
-    if (result != CLR_SUCCESS) return result;
-    HostCopy(lut->allData + placeA, curvesA, sizeA);
-    lut->offsetA = offsetOf(placeA);
-
-    lut->curvesB = IccNewCopy<uint8_t>(curvesB, sizeB, __LINE__);
-    lut->curvesM = IccNewCopy<uint8_t>(curvesM, sizeM, __LINE__);
-    lut->clut = IccNewCopy<uint8_t>(grid, sizeClut, __LINE__);
-    lut->curvesA = IccNewCopy<uint8_t>(curvesA, sizeA, __LINE__);
+    lut->curvesB = IccNewCopy<uint8_t>(scratch.curvesB, layout.sizeB, __LINE__);
+    lut->curvesM = IccNewCopy<uint8_t>(scratch.curvesM, layout.sizeM, __LINE__);
+    lut->clut = IccNewCopy<uint8_t>(scratch.clut, layout.sizeClut, __LINE__);
+    lut->curvesA = IccNewCopy<uint8_t>(scratch.curvesA, layout.sizeA, __LINE__);
     if (lut->curvesB == nullptr || lut->curvesM == nullptr || lut->clut == nullptr || lut->curvesA == nullptr) {
         return ERR_FAILURE;
     }
-    HostCopy(lut->matrix, matrix, kMatrixSize);
-    for (uint8_t* scratch : {curvesB, matrix, curvesM, grid, curvesA}) HostFree(scratch, __LINE__, kIccSource);
+    HostCopy(lut->matrix, scratch.matrix, kMatrixSize);
+    for (uint8_t* block : {scratch.curvesB, scratch.matrix, scratch.curvesM, scratch.clut, scratch.curvesA}) {
+        HostFree(block, __LINE__, kIccSource);
+    }
     return CLR_SUCCESS;
 }
 
@@ -422,10 +452,14 @@ int64_t IccReadCurveSet(ClrIccTagLutAToB* record, int64_t length, IccBytes bytes
         place += size;
     }
     const auto runSize = static_cast<uint64_t>(length - begin);
-    // As if it held pointers: zero behind the run, where a caller who takes it for records finds none.
-    void* run = IccAllocZeroed(runSize, 8, __LINE__);
+    constexpr uint64_t kRoom = 8;  // times the run: curves as records with pointers would fit too
+    auto* run = static_cast<uint8_t*>(IccAlloc(runSize, kRoom, __LINE__));
     if (run == nullptr) return ERR_FAILURE;
-    if (runSize != 0) HostCopy(run, record->allData + begin, runSize);
+    if (runSize != 0) {
+        HostCopy(run, record->allData + begin, runSize);
+        // Zero as far as records would reach, for who takes the run for such; the rest is never touched.
+        HostFill(run + runSize, 0, std::min((kRoom - 1) * runSize, RecordBytes(count)));
+    }
     switch (kind) {
         case IccCurveKind::kA:
             record->curvesA = run;
