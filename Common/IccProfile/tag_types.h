@@ -97,24 +97,4 @@ int32_t IccCopyMluc(ClrIccTagMultiLocalized* destination, const ClrIccTagMultiLo
 /// Bytes of a "para" body less 8. The function type is taken in the order of the host, in image form too.
 uint32_t IccParametricSize(const void* record) noexcept;
 
-/// Bytes of a grid, padding included, by its head of 20 bytes. No block has as many as come back when there are more
-/// than 16 input channels or the number does not fit.
-uint64_t IccClutSize(const uint8_t* block, uint8_t inputChannels, uint8_t outputChannels) noexcept;
-/// From a body to host order. `destination` has IccClutSize bytes; null only looks whether the grid is whole.
-int32_t IccClutFromImage(uint8_t* destination, IccBytes block, uint8_t inputChannels, uint8_t outputChannels) noexcept;
-/// From the caller's record, whose 16-bit values are swapped in place, to image order.
-int32_t IccClutToImage(uint8_t* destination, ClrIccClut* clut, uint8_t inputChannels, uint8_t outputChannels) noexcept;
-/// Swaps the 12 words in place and copies them.
-int32_t IccMatrixToImage(uint8_t* destination, void* matrix) noexcept;
-
-enum class IccCurveKind { kA = 1, kB = 2, kM = 3 };
-/// Reads `count` curves, appends them to allData, which has `length` bytes, and keeps the run as curves of that kind.
-/// The new length, or a negative code.
-int64_t IccReadCurveSet(ClrIccTagLutAToB* record, int64_t length, IccBytes bytes, uint32_t count,
-                        IccCurveKind kind) noexcept;
-/// Writes a run of the caller's curve records, which stand in steps of 16 bytes.
-int32_t IccWriteCurveSet(uint8_t* destination, const uint8_t* records, uint32_t count) noexcept;
-/// Bytes of a run of image bytes by IccParametricSize; 0 of none. False when the walk leaves the run.
-bool IccCurveSetSize(IccBytes run, uint32_t count, bool bigEndian, uint64_t* size) noexcept;
-
 }  // namespace zv

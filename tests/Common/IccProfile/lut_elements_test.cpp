@@ -1,6 +1,7 @@
 // Elements of "mAB " and "mBA ": grids, matrices, runs of curves.
 #include <gtest/gtest.h>
 
+#include "Common/IccProfile/lut_elements.h"
 #include "Common/IccProfile/tag_types.h"
 #include "tests/Common/IccProfile/lut_fixture.h"
 #include "tests/support/guarded_buffer.h"
