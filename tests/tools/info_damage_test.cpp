@@ -148,8 +148,8 @@ TEST(InfoDamage, ATableOfManyTagsEndsInTime) {
     body.resize(1 << 20, 'a');
     maker.add("targ", body);
     Bytes small = maker.image();
-    // 20,000 tags, each with another part of one body.
-    constexpr uint32_t kTags = 20000;
+    // As many as are taken, each with another part of one body.
+    constexpr uint32_t kTags = 1024;
     Bytes bytes(small.begin(), small.begin() + 128);
     zvtest::put32(bytes, kTags);
     const uint32_t first = 132 + 12 * kTags;
@@ -161,6 +161,249 @@ TEST(InfoDamage, ATableOfManyTagsEndsInTime) {
     bytes.insert(bytes.end(), body.begin(), body.end());
     set32(bytes, 0, static_cast<uint32_t>(bytes.size()));
     EXPECT_TRUE(reported(bytes));
+}
+
+Bytes headOf(const char* type) {
+    Bytes body(type, type + 4);
+    body.resize(8);
+    return body;
+}
+
+void put16(Bytes& bytes, uint32_t value) {
+    bytes.push_back(static_cast<uint8_t>(value >> 8));
+    bytes.push_back(static_cast<uint8_t>(value));
+}
+
+/// The report on one tag with that body.
+std::string infoOfBody(const char* tag, const Bytes& body, const std::vector<std::string>& options = {}) {
+    zvtest::Version2Maker maker("mntr", "RGB ", "XYZ ");
+    maker.add(tag, body);
+    return infoOf(maker.image(), options);
+}
+
+bool has(const std::string& report, const std::string& words) { return report.find(words) != std::string::npos; }
+
+size_t countOf(const std::string& report, const std::string& words) {
+    size_t count = 0;
+    for (size_t at = report.find(words); at != std::string::npos; at = report.find(words, at + 1)) {
+        ++count;
+    }
+    return count;
+}
+
+/// `count` languages with the same text of `units` letters.
+Bytes languages(uint32_t count, uint32_t units) {
+    Bytes body = headOf("mluc");
+    zvtest::put32(body, count);
+    zvtest::put32(body, 12);
+    for (uint32_t i = 0; i < count; ++i) {
+        zvtest::put32(body, 0x656E5553);
+        zvtest::put32(body, 2 * units);
+        zvtest::put32(body, 16 + 12 * count);
+    }
+    for (uint32_t i = 0; i < units; ++i) {
+        put16(body, 'x');
+    }
+    return body;
+}
+
+TEST(InfoDamage, LanguagesThatShareATextTakeItOnceOrTwice) {
+    const Bytes body = languages(1000, 40000);
+    for (const char* form : {"--all", "--json"}) {
+        const std::string report = infoOfBody("desc", body, {form});
+        EXPECT_LT(report.size(), 400000U) << form;
+        EXPECT_TRUE(has(report, "40000 characters not shown")) << form;
+    }
+    const std::string report = infoOfBody("desc", body);
+    EXPECT_EQ(countOf(report, "en-US: "), 16U);
+    EXPECT_TRUE(has(report, "not shown: 984 (--all shows them)"));
+}
+
+TEST(InfoDamage, LongTextsAreShownWhole) {
+    const std::string report = infoOfBody("desc", languages(2, 40000));
+    EXPECT_EQ(countOf(report, "en-US: " + std::string(40000, 'x')), 2U);
+    EXPECT_FALSE(has(report, "not shown"));
+}
+
+TEST(InfoDamage, PairsThatShareATextTakeItOnceOrTwice) {
+    constexpr uint32_t kPairs = 4000;
+    constexpr uint32_t kUnits = 30000;
+    Bytes body = headOf("dict");
+    zvtest::put32(body, kPairs);
+    zvtest::put32(body, 16);
+    for (uint32_t i = 0; i < 2 * kPairs; ++i) {
+        zvtest::put32(body, 16 + 16 * kPairs);
+        zvtest::put32(body, 2 * kUnits);
+    }
+    for (uint32_t i = 0; i < kUnits; ++i) {
+        put16(body, 'x');
+    }
+    const std::string all = infoOfBody("meta", body, {"--all"});
+    EXPECT_LT(all.size(), 700000U);
+    EXPECT_TRUE(has(all, "30000 characters not shown"));
+    EXPECT_EQ(countOf(all, "    name: "), kPairs);
+    const std::string report = infoOfBody("meta", body);
+    EXPECT_EQ(countOf(report, "    name: "), 16U);
+    EXPECT_TRUE(has(report, "not shown: 3984 (--all shows them)"));
+}
+
+TEST(InfoDamage, TextsOfASequenceShareOneBudget) {
+    constexpr uint32_t kSteps = 10;
+    Bytes body = headOf("pseq");
+    zvtest::put32(body, kSteps);
+    for (uint32_t i = 0; i < kSteps; ++i) {
+        body.resize(body.size() + 20);
+        for (int k = 0; k < 2; ++k) {
+            const Bytes text = languages(20, 2000);
+            body.insert(body.end(), text.begin(), text.end());
+        }
+    }
+    const std::string report = infoOfBody("pseq", body, {"--all"});
+    EXPECT_TRUE(has(report, "read from its bytes"));
+    EXPECT_TRUE(has(report, "2000 characters not shown"));
+    EXPECT_LT(report.size(), 2 * body.size());
+}
+
+TEST(InfoDamage, ChannelsWithoutEntriesAreNoVideoTable) {
+    Bytes body = headOf("vcgt");
+    zvtest::put32(body, 0);
+    put16(body, 0xFFFF);
+    put16(body, 0);
+    put16(body, 1);
+    const std::string report = infoOfBody("vcgt", body, {"--all"});
+    EXPECT_LT(report.size(), 10000U);
+    EXPECT_TRUE(has(report, "[its fields do not fit it, or not each other]"));
+}
+
+TEST(InfoDamage, ManyChannelsOfVideoTablesAreShownInPart) {
+    Bytes body = headOf("vcgt");
+    zvtest::put32(body, 0);
+    put16(body, 5000);
+    put16(body, 1);
+    put16(body, 1);
+    body.resize(body.size() + 5000, 7);
+    const std::string report = infoOfBody("vcgt", body);
+    EXPECT_LT(report.size(), 10000U);
+    EXPECT_TRUE(has(report, "not shown: 4984 (--all shows them)"));
+    EXPECT_TRUE(has(infoOfBody("vcgt", body, {"--all"}), "channel 5000: 7"));
+}
+
+Bytes table(const char* type, uint8_t channels, uint8_t grid, uint32_t entries, size_t values) {
+    Bytes body = headOf(type);
+    body.insert(body.end(), {channels, channels, grid, 0});
+    body.resize(48);
+    put16(body, entries);
+    put16(body, entries);
+    body.resize(52 + values);
+    return body;
+}
+
+TEST(InfoDamage, TablesWithoutValuesAreNotDecoded) {
+    for (const Bytes& body : {table("mft2", 255, 0, 0, 0), table("mft2", 255, 1, 0, 510), table("mft2", 3, 1, 1, 18),
+                              table("mft2", 3, 0, 2, 24), table("mft1", 255, 0, 0, 0), table("mft1", 3, 0, 256, 1536),
+                              table("mft2", 0, 2, 2, 0)}) {
+        const std::string report = infoOfBody("A2B0", body, {"--all"});
+        EXPECT_LT(report.size(), 15000U);
+        EXPECT_TRUE(has(report, "ascii: ")) << report;
+        EXPECT_FALSE(has(report, "grid points")) << report;
+    }
+    EXPECT_TRUE(has(infoOfBody("A2B0", table("mft2", 3, 1, 2, 30)), "grid points: 1"));
+}
+
+TEST(InfoDamage, ManyChannelsOfTablesAreShownInPart) {
+    Bytes body = table("mft2", 100, 1, 2, 1000);
+    body[body.size() - 1] = 9;
+    const std::string report = infoOfBody("A2B0", body);
+    EXPECT_EQ(countOf(report, "not shown: 84 (--all shows them)"), 2U);
+    EXPECT_TRUE(has(infoOfBody("A2B0", body, {"--all"}), "channel 100: 0, 9"));
+}
+
+TEST(InfoDamage, ListsOfAReportHaveABound) {
+    zvtest::Version2Maker maker("mntr", "RGB ", "XYZ ");
+    Bytes body = headOf("ui64");
+    body.resize(8 + 8 * 150000);
+    maker.add("AAAA", body);
+    body.back() = 1;
+    maker.add("BBBB", body);
+    const std::string report = infoOf(maker.image(), {"--all"});
+    EXPECT_TRUE(has(report, "not shown: 100000 (more than a report has room for)"));
+    EXPECT_LT(countOf(report, "\n"), 201000U);
+}
+
+TEST(InfoDamage, CurvesOfManyChannelsAreShownInPart) {
+    Bytes body = headOf("mAB ");
+    body.insert(body.end(), {255, 255, 0, 0});
+    for (const uint32_t offset : {32U, 0U, 32U, 0U, 32U}) {
+        zvtest::put32(body, offset);
+    }
+    for (int i = 0; i < 255; ++i) {
+        const Bytes curve = {'c', 'u', 'r', 'v', 0, 0, 0, 0, 0, 0, 0, 0};
+        body.insert(body.end(), curve.begin(), curve.end());
+    }
+    const std::string report = infoOfBody("A2B0", body);
+    EXPECT_EQ(countOf(report, "not shown: 239 (--all shows them)"), 3U) << report;
+    EXPECT_EQ(countOf(infoOfBody("A2B0", body, {"--all"}), "curve: identity"), 765U);
+}
+
+/// Units with one and the same curve.
+Bytes responses(uint32_t units, uint32_t channels, uint32_t count) {
+    Bytes body = headOf("rcs2");
+    put16(body, channels);
+    put16(body, units);
+    for (uint32_t i = 0; i < units; ++i) {
+        zvtest::put32(body, 12 + 4 * units);
+    }
+    zvtest::put32(body, icc("StaA"));
+    for (uint32_t i = 0; i < channels; ++i) {
+        zvtest::put32(body, count);
+    }
+    body.resize(body.size() + size_t{12} * channels + size_t{8} * channels * count);
+    return body;
+}
+
+TEST(InfoDamage, UnitsThatShareACurveTakeItOnceOrTwice) {
+    const Bytes body = responses(1000, 1, 5000);
+    const std::string report = infoOfBody("resp", body, {"--all"});
+    EXPECT_LT(report.size(), 10 * body.size());
+    EXPECT_TRUE(has(report, "not shown: 998 (the units before them share their bytes)")) << report.substr(0, 2000);
+}
+
+TEST(InfoDamage, ResponsesOfManyChannelsSayWhatIsLeftOut) {
+    // One response where the record has as many, and two where it does not.
+    for (const uint32_t count : {1U, 2U}) {
+        const std::string report = infoOfBody("resp", responses(1, 20, count));
+        EXPECT_TRUE(has(report, "not shown: 4 (--all shows them)")) << report;
+        EXPECT_FALSE(has(report, "channel 17"));
+        EXPECT_TRUE(has(infoOfBody("resp", responses(1, 20, count), {"--all"}), "channel 20"));
+    }
+}
+
+TEST(InfoDamage, TextsDoNotTurnTheDirectionOfWriting) {
+    Bytes body = headOf("mluc");
+    const std::u16string turns =
+        u"a\u200E\u200F\u2028\u2029\u202A\u202B\u202C\u202D\u202E\u2066\u2067\u2068\u2069z\u2010\u2065\u206A";
+    zvtest::put32(body, 1);
+    zvtest::put32(body, 12);
+    zvtest::put32(body, 0x656E5553);
+    zvtest::put32(body, static_cast<uint32_t>(2 * turns.size()));
+    zvtest::put32(body, 28);
+    for (const char16_t unit : turns) {
+        put16(body, unit);
+    }
+    EXPECT_TRUE(has(infoOfBody("desc", body),
+                    "en-US: a\\u200e\\u200f\\u2028\\u2029\\u202a\\u202b\\u202c\\u202d\\u202e\\u2066\\u2067\\u2068"
+                    "\\u2069z\xE2\x80\x90\xE2\x81\xA5\xE2\x81\xAA\n"));
+}
+
+TEST(InfoDamage, UnicodeThatPassesTheBodyIsRemarkedOn) {
+    Bytes body = headOf("desc");
+    zvtest::put32(body, 5);
+    body.insert(body.end(), {'a', 'b', 'c', 'd', 0});
+    zvtest::put32(body, 0);
+    zvtest::put32(body, 100);
+    put16(body, 'z');
+    const std::string report = infoOfBody("desc", body);
+    EXPECT_TRUE(has(report, "text: abcd\n  remark: the Unicode part points past its end\n")) << report;
 }
 
 }  // namespace

@@ -1,9 +1,12 @@
 // zvclr info: what it says of files that are no profiles, of problems, and of its command line.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "image/image.h"
+#include "info_command.h"
 #include "info_support.h"
 
 namespace {
@@ -50,10 +53,12 @@ TEST(InfoUsage, WhatIsNoProfileIsRefusedInOneLine) {
     set32(bytes, 128, 1000);
     refused(bytes, "its table of 1000 tags");
     bytes = displayProfile();
-    bytes.resize(132 + 12 * size_t{65537});
+    bytes.resize(132 + 12 * size_t{1025});
     set32(bytes, 0, static_cast<uint32_t>(bytes.size()));
-    set32(bytes, 128, 65537);
-    refused(bytes, "has 65537 tags, and no more than 65536 are taken");
+    set32(bytes, 128, 1025);
+    refused(bytes, "has 1025 tags, and no more than 1024 are taken");
+    set32(bytes, 128, 1024);
+    EXPECT_NE(infoOf(bytes).find("\nTags: 1024\n"), std::string::npos);
     Bytes large = displayProfile();
     large.resize((size_t{64} << 20) + 1);
     refused(large, "larger than 64 MB");
@@ -176,7 +181,10 @@ TEST(InfoUsage, ProblemsOfTagsAreFound) {
     expectProblem(with(icc("wtpt"), 0, icc("rXYZ")), "must have are missing: wtpt");
     expectProblem(with(icc("wtpt"), 0, icc("abcd")), "note: abcd: a private tag");
     expectProblem(with(icc("wtpt"), 0, icc("vcgt")), "note: vcgt: not in the standard, but widely used");
-    expectProblem(with(icc("wtpt"), 0, icc("bkpt")), "note: bkpt: version 4 has no such tag");
+    expectProblem(with(icc("wtpt"), 0, icc("vued")), "warning: vued: the type is XYZ, where version 4 has mluc");
+    expectProblem(with(icc("wtpt"), 0, icc("ps2i")), "note: ps2i: version 4 has no such tag");
+    expectProblem(with(icc("wtpt"), 0, icc("kTRC")), "the type is XYZ, where version 4 has curv or para");
+    expectProblem(with(icc("wtpt"), 0, icc("A2B0")), "the type is XYZ, where version 4 has mft1, mft2 or mAB");
     expectProblem(with(icc("wtpt"), 0, icc("tech")), "warning: tech: the type is XYZ, where version 4 has sig");
     const auto body = [&good](size_t place, uint32_t value) {
         Bytes bytes = good;
@@ -189,7 +197,171 @@ TEST(InfoUsage, ProblemsOfTagsAreFound) {
     expectProblem(body(red + 8, 1000),
                   "error: rTRC: the body is not what its type curv asks for: the library refuses it "
                   "with ERR_INVALID_PARAMETER");
-    expectProblem(body(red + 8, 1000), "error: converters: as input profile it has what is needed");
+    expectProblem(body(red + 8, 1000),
+                  "warning: converters: as input profile its tags are of the right types, but a converter with it "
+                  "cannot be made or run: ERR_");
+}
+
+void expectNoProblem(const Bytes& bytes, const std::string& words) {
+    const std::string problems = problemsOf(bytes);
+    EXPECT_EQ(problems.find(words), std::string::npos) << words << " in:\n" << problems;
+}
+
+TEST(InfoUsage, TheBlackPointIsGoneSince43) {
+    Bytes bytes = displayProfile();
+    set32(bytes, entryOf(bytes, icc("wtpt")), icc("bkpt"));
+    for (const uint32_t version : {0x02400000U, 0x04000000U, 0x04200000U}) {
+        set32(bytes, 8, version);
+        expectNoProblem(bytes, ": bkpt: ");
+    }
+    for (const uint32_t version : {0x04300000U, 0x04400000U, 0x05000000U}) {
+        set32(bytes, 8, version);
+        expectProblem(bytes, "note: bkpt: gone from the standard since version 4.3");
+        expectNoProblem(bytes, "warning: bkpt: ");
+    }
+}
+
+TEST(InfoUsage, OldVersionsAreShownThroughACopy) {
+    Bytes bytes = displayProfile();
+    for (const uint32_t major : {0U, 1U, 2U, 3U}) {
+        set32(bytes, 8, major << 24);
+        const std::string version = "version " + std::to_string(major);
+        expectProblem(bytes, "note: header: " + version + ": shown through a copy that says 4.2");
+        if (major != 2) {
+            expectProblem(bytes, "warning: header: " + version + " is unknown");
+        }
+    }
+    set32(bytes, 8, 0x04000000);
+    expectNoProblem(bytes, "shown through a copy");
+}
+
+TEST(InfoUsage, NoDateIsNone) {
+    Bytes bytes = displayProfile();
+    std::fill_n(bytes.begin() + 24, 12, uint8_t{0});
+    EXPECT_NE(infoOf(bytes).find("\n  created: none\n"), std::string::npos);
+    EXPECT_EQ(json::parse(infoOf(bytes, {"--json"}))["header"]["created"], "none");
+}
+
+TEST(InfoUsage, NamesOfFilesBecomeUtf8) {
+    const auto titleOf = [](const std::string& name) {
+        zvtool::InfoArguments arguments;
+        arguments.input = "folder/" + name;
+        arguments.svg = true;
+        const std::string picture = zvtool::infoText(arguments, displayProfile());
+        const size_t start = picture.find("<title>") + 7;
+        return picture.substr(start, picture.find("</title>") - start);
+    };
+    EXPECT_EQ(titleOf("a\xc3\xa9\xe2\x9c\x93\xf0\x9f\x98\x80.icc"), "a\xc3\xa9\xe2\x9c\x93\xf0\x9f\x98\x80.icc");
+    EXPECT_EQ(titleOf("n\xfc\x80\x80\x80.icc"), "n????.icc");
+    for (int lead = 0xF5; lead <= 0xFF; ++lead) {
+        EXPECT_EQ(titleOf(std::string(1, static_cast<char>(lead)) + "\x90\x80\x80.icc"), "????.icc") << lead;
+    }
+    EXPECT_EQ(titleOf("\xf4\x90\x80\x80.icc"), "????.icc") << "beyond the last character";
+}
+
+/// 8-bit values, long enough for hints on equal bodies.
+Bytes someBytes(size_t count) {
+    Bytes bytes(count);
+    bytes.back() = 1;
+    return bytes;
+}
+
+TEST(InfoUsage, OverlappingBodiesAreNoTwins) {
+    ProfileMaker maker;
+    maker.addBody(icc("abcd"), icc("ui08"), Bytes(100));
+    maker.addBody(icc("abce"), icc("ui08"), Bytes(100));
+    Bytes bytes = maker.image();
+    expectProblem(bytes, "hint: abce: the same 108 bytes as abcd");
+    // Into the zeros of the first, 20 bytes apart.
+    const uint32_t first = get32(bytes, entryOf(bytes, icc("abcd")) + 4);
+    set32(bytes, entryOf(bytes, icc("abcd")) + 4, first + 8);
+    set32(bytes, entryOf(bytes, icc("abcd")) + 8, 60);
+    set32(bytes, entryOf(bytes, icc("abce")) + 4, first + 28);
+    set32(bytes, entryOf(bytes, icc("abce")) + 8, 60);
+    expectNoProblem(bytes, "hint: abce");
+}
+
+TEST(InfoUsage, ManyLongBodiesAreComparedInPart) {
+    // 24 bodies of 500 KB that differ in their last byte: all pairs would be 138 MB.
+    constexpr size_t kBodies = 24;
+    ProfileMaker maker;
+    maker.addBody(icc("frst"), icc("ui08"), someBytes(64));
+    maker.addBody(icc("scnd"), icc("ui08"), someBytes(64));
+    for (uint32_t i = 0; i < kBodies; ++i) {
+        Bytes bytes(500000);
+        bytes.back() = static_cast<uint8_t>(i);
+        maker.addBody(icc("aaaa") + i, icc("ui08"), bytes);
+    }
+    maker.addBody(icc("zzzz"), icc("ui08"), Bytes(500000));
+    const std::string problems = problemsOf(maker.image());
+    EXPECT_NE(problems.find("hint: scnd: the same 72 bytes as frst"), std::string::npos) << problems;
+    EXPECT_EQ(problems.find("hint: zzzz: the same"), std::string::npos) << "beyond the bound";
+}
+
+TEST(InfoUsage, TablesAreAskedForWithoutAWholeMatrix) {
+    for (const uint32_t deviceClass : {icc("scnr"), icc("mntr")}) {
+        Bytes bytes = displayProfile();
+        set32(bytes, 12, deviceClass);
+        expectNoProblem(bytes, "must have are missing");
+        // A table beside the matrix changes nothing, whichever way it goes.
+        for (const uint32_t table : {icc("A2B0"), icc("B2A0")}) {
+            Bytes more = bytes;
+            set32(more, entryOf(more, icc("desc")), table);
+            expectProblem(more, "must have are missing: desc\n");
+        }
+        set32(bytes, entryOf(bytes, icc("gTRC")), icc("abcd"));
+        expectProblem(bytes, "must have are missing: gTRC\n");
+    }
+    // Output profiles have no form with a matrix.
+    Bytes bytes = displayProfile();
+    set32(bytes, 12, icc("prtr"));
+    expectProblem(bytes, "must have are missing: A2B0, A2B1, A2B2, B2A0");
+    bytes = displayProfile();
+    set32(bytes, entryOf(bytes, icc("gTRC")), icc("A2B0"));
+    expectProblem(bytes, "must have are missing: B2A0\n");
+}
+
+TEST(InfoUsage, ClassesWithoutAPlaceInAPairAreNotUsable) {
+    const std::pair<uint32_t, const char*> classes[] = {
+        {icc("link"), "a device link"}, {icc("abst"), "an abstract profile"}, {icc("nmcl"), "a named-colour profile"}};
+    for (const auto& [deviceClass, words] : classes) {
+        Bytes bytes = displayProfile();
+        set32(bytes, 12, deviceClass);
+        const json report = json::parse(infoOf(bytes, {"--json"}))["engine"];
+        for (const char* name : {"input", "output"}) {
+            EXPECT_EQ(report[name]["usable"], false) << words;
+            EXPECT_EQ(report[name]["text"].get<std::string>().rfind(words, 0), 0U) << report[name];
+            EXPECT_EQ(report[name]["trial"], nullptr) << words;
+            EXPECT_EQ(report[name]["tags"].size(), 0U) << words;
+        }
+        expectNoProblem(bytes, ": converters: ");
+    }
+    Bytes bytes = displayProfile();
+    set32(bytes, 12, icc("spac"));
+    EXPECT_EQ(json::parse(infoOf(bytes, {"--json"}))["engine"]["input"]["usable"], true);
+}
+
+TEST(InfoUsage, AbsoluteFormsAreOfTablesOnly) {
+    Bytes bytes = displayProfile();
+    set32(bytes, 64, 3);
+    json side = json::parse(infoOf(bytes, {"--json"}))["engine"]["input"];
+    EXPECT_EQ(side["text"], "colorants and tone curves");
+    EXPECT_EQ(side["tags"].size(), 6U);
+
+    ProfileMaker maker;
+    maker.addDisplayTags();
+    maker.addBody(icc("A2B0"), icc("zzzz"), Bytes(100));
+    bytes = maker.image();
+    set32(bytes, get32(bytes, entryOf(bytes, icc("A2B0")) + 4), icc("mft2"));
+    const auto input = [&bytes] { return json::parse(infoOf(bytes, {"--json"}))["engine"]["input"]; };
+    EXPECT_EQ(input()["text"], "the table A2B0");
+    EXPECT_EQ(input()["tags"], json({"A2B0"}));
+    set32(bytes, 64, 3);
+    EXPECT_EQ(input()["text"].get<std::string>().rfind("the table A2B0, whose XYZ is taken as absolute", 0), 0U);
+    EXPECT_EQ(input()["tags"], json({"A2B0", "wtpt"}));
+    EXPECT_EQ(json::parse(infoOf(bytes, {"--json"}))["engine"]["output"]["text"], "colorants and tone curves");
+    set32(bytes, 20, icc("RGB "));
+    EXPECT_EQ(input()["text"], "the table A2B0") << "no connection space";
 }
 
 TEST(InfoUsage, EqualBodiesAreHintedAt) {

@@ -5,24 +5,20 @@
 #include <string_view>
 
 #include "image/image.h"
-#include "image/input_file.h"
+#include "profile/profile.h"
 #include "zvclr.h"
 
 namespace zvtool {
 
 using zvimage::ContradictionError;
 using zvimage::ImageError;
+using zvinfo::kMagicAt;
+using zvinfo::kSmallestProfile;
 
 namespace {
 
-// Header and count of tags.
-constexpr size_t kSmallestProfile = 132;
-// Press profiles have some megabytes; anything larger was named by mistake.
-constexpr size_t kLargestProfile = size_t{64} << 20;
-
 constexpr size_t kClassAt = 12;
 constexpr size_t kSpaceAt = 16;
-constexpr size_t kMagicAt = 36;
 
 std::string_view signatureAt(const std::vector<uint8_t>& profile, size_t offset) {
     return {reinterpret_cast<const char*>(profile.data()) + offset, 4};
@@ -57,25 +53,11 @@ std::string_view signatureOf(int32_t space) {
     }
 }
 
-std::vector<uint8_t> readBounded(const ProfileRequest& request) {
+std::vector<uint8_t> readFile(const ProfileRequest& request) {
     if (request.path == "-") {
         throw ContradictionError(request.option + " takes no standard input; name a file");
     }
-    zvimage::InputFile file(request.path);
-    std::vector<uint8_t> bytes;
-    constexpr size_t kBlock = size_t{1} << 20;
-    size_t got = kBlock;
-    while (got == kBlock && bytes.size() <= kLargestProfile) {
-        const size_t start = bytes.size();
-        bytes.resize(start + kBlock);
-        got = file.readUpTo(bytes.data() + start, kBlock);
-        bytes.resize(start + got);
-    }
-    if (bytes.size() > kLargestProfile) {
-        throw ImageError(fmt::format("{} is larger than {} MB, which no ICC profile is; give {} another file",
-                                     request.path, kLargestProfile >> 20, request.option));
-    }
-    return bytes;
+    return zvinfo::readProfileFile(request.path, fmt::format("; give {} another file", request.option));
 }
 
 void checkClass(const ProfileRequest& request, const std::vector<uint8_t>& profile) {
@@ -94,7 +76,7 @@ void checkClass(const ProfileRequest& request, const std::vector<uint8_t>& profi
 }  // namespace
 
 std::vector<uint8_t> readProfile(const ProfileRequest& request) {
-    std::vector<uint8_t> profile = readBounded(request);
+    std::vector<uint8_t> profile = readFile(request);
     if (profile.size() < kSmallestProfile || signatureAt(profile, kMagicAt) != "acsp") {
         throw ImageError(fmt::format(
             "{} is no ICC profile: among its {} bytes \"acsp\" does not stand at byte 36; give {} another file",

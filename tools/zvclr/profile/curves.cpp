@@ -91,18 +91,21 @@ std::optional<Nodes> videoTable(Cursor cursor, const Style& style) {
     const uint16_t channels = cursor.u16();
     const uint16_t count = cursor.u16();
     const uint16_t bytes = cursor.u16();
-    if (cursor.failed() || (bytes != 1 && bytes != 2) || uint64_t{channels} * count * bytes > cursor.left()) {
+    if (cursor.failed() || count == 0 || (bytes != 1 && bytes != 2) ||
+        uint64_t{channels} * count * bytes > cursor.left()) {
         return std::nullopt;
     }
     Nodes nodes = {integer("channels", channels), integer("count", count), integer("bytes of an entry", bytes)};
     Node& tables = nodes.emplace_back(list("tables"));
-    for (uint16_t i = 0; i < channels; ++i) {
+    const uint64_t shown = shownEntries(style, channels);
+    for (uint64_t i = 0; i < shown; ++i) {
         SeriesBuilder builder(style, count, true);
         for (uint16_t k = 0; k < count; ++k) {
             builder.add(bytes == 1 ? cursor.u8() : cursor.u16());
         }
         tables.add(builder.finish(fmt::format("channel {}", i + 1)));
     }
+    addLeftOut(nodes, style, channels, shown);
     return nodes;
 }
 
@@ -198,7 +201,7 @@ std::vector<Node> curveNodes(const Curve& curve, const Style& style) {
 std::vector<TypeDecoder> curveDecoders() {
     return {{"curv", curveRecord, nullptr, ""},
             {"para", parametricRecord, nullptr, ""},
-            {"vcgt", nullptr, videoCard, "the library has no record for this type"}};
+            {"vcgt", nullptr, videoCard, kNoRecord}};
 }
 
 }  // namespace zvinfo

@@ -36,9 +36,12 @@ std::string refusal(int32_t result) { return fmt::format("the library refuses it
 
 /// True when there are nodes.
 bool decode(Decoder decoder, const TagContext& context, Content& content) {
+    const uint64_t nodesLeft = context.style.nodesLeft;
     std::optional<Nodes> nodes = decoder != nullptr ? decoder(context) : std::nullopt;
     if (nodes) {
         content.nodes = std::move(*nodes);
+    } else {
+        context.style.nodesLeft = nodesLeft;
     }
     return nodes.has_value();
 }
@@ -82,7 +85,7 @@ Content decodeTag(const Profile& profile, int32_t index, const Style& style) {
         content.how = Content::How::kBytes;
         content.broken = decoder != nullptr;
         content.remark = content.refused  ? content.refusal
-                         : content.broken ? "its fields count or point past its end"
+                         : content.broken ? "its fields do not fit it, or not each other"
                                           : "of a type that is not decoded";
         content.nodes = {bytesNode(style, "bytes", context.body.subspan(kHeadSize))};
     }
@@ -156,12 +159,35 @@ std::string fromUtf16(Span bytes) {
     return text;
 }
 
-uint64_t shownEntries(const Style& style, uint64_t count) { return style.all ? count : std::min(count, kShownEntries); }
+uint64_t shownEntries(const Style& style, uint64_t count, uint64_t nodesOfEach) {
+    const uint64_t wanted = style.all ? count : std::min(count, kShownEntries);
+    const uint64_t shown = std::min(wanted, style.nodesLeft / nodesOfEach);
+    style.nodesLeft -= shown * nodesOfEach;
+    return shown;
+}
 
-void addLeftOut(Nodes& nodes, uint64_t count, uint64_t shown) {
+void addLeftOut(Nodes& nodes, const Style& style, uint64_t count, uint64_t shown) {
     if (shown < count) {
-        nodes.push_back(integer("not shown", count - shown, "--all shows them"));
+        const bool full = style.all || shown < kShownEntries;
+        nodes.push_back(
+            integer("not shown", count - shown, full ? "more than a report has room for" : "--all shows them"));
     }
+}
+
+TextBudget::TextBudget(Span body) : left_(std::max(2 * body.size(), size_t{65536})) {}
+
+TextBudget::Text TextBudget::utf16(Span bytes) {
+    const auto more = [bytes](size_t at) { return at + 2 <= bytes.size() && (bytes[at] | bytes[at + 1]) != 0; };
+    size_t size = 0;
+    while (more(size) && size + 2 <= left_) {
+        size += 2;
+    }
+    const bool cut = more(size);
+    const bool halfPair = cut && size != 0 && (bytes[size - 2] & 0xFC) == 0xD8;
+    size -= halfPair ? 2 : 0;
+    left_ -= size;
+    return {fromUtf16(bytes.first(size)),
+            cut ? fmt::format("{} characters not shown", (bytes.size() - size) / 2) : std::string()};
 }
 
 }  // namespace zvinfo

@@ -68,9 +68,29 @@ std::string dateTimeText(const uint16_t* parts);
 std::string fromLatin1(Span bytes);
 /// UTF-16, big-endian, as UTF-8. Up to the first zero.
 std::string fromUtf16(Span bytes);
-/// A note on entries that are left out; `count` of those that are shown.
-uint64_t shownEntries(const Style& style, uint64_t count);
-void addLeftOut(Nodes& nodes, uint64_t count, uint64_t shown);
+/// How many of `count` entries are shown, each with as many nodes at most. Takes these from the report's.
+uint64_t shownEntries(const Style& style, uint64_t count, uint64_t nodesOfEach = 1);
+/// A note on entries that are left out.
+void addLeftOut(Nodes& nodes, const Style& style, uint64_t count, uint64_t shown);
+
+/// What the texts of a tag may take together, since any number of them may have the same bytes.
+class TextBudget {
+public:
+    explicit TextBudget(Span body);
+
+    struct Text {
+        std::string words;
+        std::string note;  ///< how much is left out; empty for a whole text
+    };
+    /// UTF-16, big-endian, as UTF-8, up to the first zero.
+    Text utf16(Span bytes);
+
+private:
+    size_t left_;
+};
+
+/// Why types that only others have are read from their bytes.
+inline constexpr char kNoRecord[] = "the library has no record for this type";
 
 }  // namespace zvinfo
 

@@ -58,10 +58,13 @@ void addCurves(Nodes& nodes, const Style& style, const char* label, const void* 
     }
     Node& curves = nodes.emplace_back(list(label));
     CurveRun reader(run);
-    for (uint32_t i = 0; i < count; ++i) {
+    constexpr uint64_t kNodesOfCurve = 12;
+    const uint64_t shown = shownEntries(style, count, kNodesOfCurve);
+    for (uint64_t i = 0; i < shown; ++i) {
         Node& curve = curves.add(object(fmt::format("channel {}", i + 1)));
         curve.children = curveNodes(reader.next(), style);
     }
+    addLeftOut(curves.children, style, count, shown);
 }
 
 void addGrid(Nodes& nodes, const Style& style, const ClrIccTagLutAToB& record) {

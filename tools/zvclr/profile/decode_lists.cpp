@@ -37,7 +37,7 @@ Node labNode(const std::vector<uint16_t>& words) {
 std::optional<Nodes> colorantTable(const TagContext& context) {
     const ClrIccTagColorantTable record = context.record.get().colorantTable;
     Nodes nodes = {integer("count", record.count)};
-    const uint64_t shown = shownEntries(context.style, record.count);
+    const uint64_t shown = shownEntries(context.style, record.count, 3);
     Node& colorants = nodes.emplace_back(list("colorants"));
     for (uint64_t i = 0; i < shown; ++i) {
         const ClrIccColorantEntry entry = record.entries[i];
@@ -45,7 +45,7 @@ std::optional<Nodes> colorantTable(const TagContext& context) {
         colorant.add(text("name", fromLatin1(bytesOf(entry.name, sizeof entry.name))));
         colorant.add(series({true}, "PCS", wordsOf(&entry.pcs, 3), true));
     }
-    addLeftOut(nodes, record.count, shown);
+    addLeftOut(nodes, context.style, record.count, shown);
     return nodes;
 }
 
@@ -55,7 +55,7 @@ std::optional<Nodes> namedColors(const TagContext& context) {
                    integer("count", record.colorCount), integer("device coordinates", record.deviceCoords),
                    text("prefix", fromLatin1(bytesOf(record.prefix, sizeof record.prefix))),
                    text("suffix", fromLatin1(bytesOf(record.suffix, sizeof record.suffix)))};
-    const uint64_t shown = shownEntries(context.style, record.colorCount);
+    const uint64_t shown = shownEntries(context.style, record.colorCount, 5);
     Node& colors = nodes.emplace_back(list("colours"));
     for (uint64_t i = 0; i < shown; ++i) {
         const ClrIccNamedColorEntry entry = record.colors[i];
@@ -70,7 +70,7 @@ std::optional<Nodes> namedColors(const TagContext& context) {
             color.add(series(context.style, "device", wordsOf(entry.device, record.deviceCoords), true));
         }
     }
-    addLeftOut(nodes, record.colorCount, shown);
+    addLeftOut(nodes, context.style, record.colorCount, shown);
     return nodes;
 }
 
@@ -79,19 +79,13 @@ struct Step {
     uint32_t model = 0;
     uint64_t attributes = 0;
     uint32_t technology = 0;
-    std::vector<Localized> makerText;
-    std::vector<Localized> modelText;
+    LocalizedTexts makerText;
+    LocalizedTexts modelText;
 };
 
-Node textsNode(const std::string& label, const std::vector<Localized>& texts) {
-    Node node = list(label);
-    for (const Localized& one : texts) {
-        node.add(text(one.language, one.text));
-    }
-    return node;
-}
+constexpr uint64_t kNodesOfStep = 9;
 
-Nodes stepNodes(const std::vector<Step>& steps, uint64_t count) {
+Nodes stepNodes(const Style& style, const std::vector<Step>& steps, uint64_t count) {
     Nodes nodes = {integer("count", count)};
     Node& profiles = nodes.emplace_back(list("profiles"));
     for (const Step& step : steps) {
@@ -100,27 +94,27 @@ Nodes stepNodes(const std::vector<Step>& steps, uint64_t count) {
         one.add(signature("model", step.model));
         one.add(leaf("attributes", fmt::format("0x{:016X}", step.attributes)));
         one.add(signature("technology", step.technology, technologyName(step.technology)));
-        one.add(textsNode("manufacturer text", step.makerText));
-        one.add(textsNode("model text", step.modelText));
+        one.add(localizedNode("manufacturer text", step.makerText, style));
+        one.add(localizedNode("model text", step.modelText, style));
     }
-    addLeftOut(nodes, count, steps.size());
+    addLeftOut(nodes, style, count, steps.size());
     return nodes;
 }
 
 /// Texts that the record holds wholly; nothing where it may have counted something else as empty.
-std::optional<std::vector<Localized>> wholeText(const ClrIccTagMultiLocalized& record) {
+std::optional<LocalizedTexts> wholeText(const ClrIccTagMultiLocalized& record) {
     return record.typeSig == sig("mluc") ? localizedOf(record) : std::nullopt;
 }
 
 std::optional<Nodes> sequenceRecord(const TagContext& context) {
     const ClrIccTagProfileSequence record = context.record.get().profileSequence;
     std::vector<Step> steps;
-    const uint64_t shown = shownEntries(context.style, record.count);
+    const uint64_t shown = shownEntries(context.style, record.count, kNodesOfStep);
     for (uint64_t i = 0; i < shown; ++i) {
         const ClrIccProfileSeqEntry entry = record.entries[i];
         const auto maker = wholeText(entry.manufacturerText);
         const auto model = wholeText(entry.modelText);
-        if (!maker || !model || maker->empty() || model->empty()) {
+        if (!maker || !model || maker->shown.empty() || model->shown.empty()) {
             return std::nullopt;
         }
         Step& step = steps.emplace_back();
@@ -131,11 +125,12 @@ std::optional<Nodes> sequenceRecord(const TagContext& context) {
         step.makerText = *maker;
         step.modelText = *model;
     }
-    return stepNodes(steps, record.count);
+    return stepNodes(context.style, steps, record.count);
 }
 
 /// A text of a sequence, of the type that version 2 or 4 has, and the cursor behind it.
-bool readText(Cursor& cursor, Span body, std::vector<Localized>& texts) {
+bool readText(Cursor& cursor, const TagContext& context, TextBudget& budget, LocalizedTexts& texts) {
+    const Span body = context.body;
     const size_t start = cursor.position();
     const uint32_t type = cursor.u32();
     if (cursor.failed()) {
@@ -143,17 +138,16 @@ bool readText(Cursor& cursor, Span body, std::vector<Localized>& texts) {
     }
     if (type == sig("desc")) {
         cursor.skip(4);
-        texts = {{"ascii", fromLatin1(cursor.take(cursor.u32()))}};
+        texts = {{{"ascii", fromLatin1(cursor.take(cursor.u32())), {}}}, 1, 0};
         cursor.skip(4);
         cursor.skip(2 * uint64_t{cursor.u32()});
         cursor.skip(70);
         return !cursor.failed();
     }
-    size_t end = 0;
-    const auto found = type == sig("mluc") ? localizedIn(body.subspan(start), &end) : std::nullopt;
+    const auto found = type == sig("mluc") ? localizedIn(body.subspan(start), context.style, budget) : std::nullopt;
     if (found) {
         texts = *found;
-        const size_t next = start + (end + 3) / 4 * 4;
+        const size_t next = start + (found->end + 3) / 4 * 4;
         cursor.seek(std::min(next, body.size()));
     }
     return found.has_value();
@@ -163,18 +157,19 @@ std::optional<Nodes> sequenceBody(const TagContext& context) {
     Cursor cursor(context.body, 8);
     const uint32_t count = cursor.u32();
     std::vector<Step> steps;
-    const uint64_t shown = shownEntries(context.style, count);
+    TextBudget budget(context.body);
+    const uint64_t shown = shownEntries(context.style, count, kNodesOfStep);
     for (uint64_t i = 0; i < shown; ++i) {
         Step& step = steps.emplace_back();
         step.manufacturer = cursor.u32();
         step.model = cursor.u32();
         step.attributes = cursor.u64();
         step.technology = cursor.u32();
-        if (!readText(cursor, context.body, step.makerText) || !readText(cursor, context.body, step.modelText)) {
+        if (!readText(cursor, context, budget, step.makerText) || !readText(cursor, context, budget, step.modelText)) {
             return std::nullopt;
         }
     }
-    return cursor.failed() ? std::nullopt : std::optional(stepNodes(steps, count));
+    return cursor.failed() ? std::nullopt : std::optional(stepNodes(context.style, steps, count));
 }
 
 template <class T>
@@ -214,13 +209,15 @@ bool countsAgree(const ClrIccTagResponseCurveSet& record) {
     return true;
 }
 
+constexpr uint64_t kNodesOfChannel = 7;
+
 /// A unit by the standard, where each channel has as many responses as its count says.
-bool addUnit(Node& unit, Cursor cursor, uint16_t channels, const Style& style) {
+bool addUnit(Node& unit, Cursor& cursor, uint16_t channels, const Style& style) {
     const uint32_t measurement = cursor.u32();
     unit.add(signature("measurement", measurement, measurementUnitName(measurement)));
     Cursor counts(cursor.take(4 * size_t{channels}));
     Cursor patches(cursor.take(12 * size_t{channels}));
-    const uint64_t shown = shownEntries(style, channels);
+    const uint64_t shown = shownEntries(style, channels, kNodesOfChannel);
     for (uint64_t channel = 0; channel < shown; ++channel) {
         const uint32_t count = counts.u32();
         if (cursor.failed() || count > cursor.left() / 8) {
@@ -240,6 +237,7 @@ bool addUnit(Node& unit, Cursor cursor, uint16_t channels, const Style& style) {
         node.add(devices.finish("device"));
         node.add(measures.finish("measure"));
     }
+    addLeftOut(unit.children, style, channels, shown);
     return !cursor.failed();
 }
 
@@ -248,36 +246,46 @@ std::optional<Nodes> responsesBody(const TagContext& context) {
     const uint16_t channels = cursor.u16();
     const uint16_t units = cursor.u16();
     Nodes nodes = {integer("channels", channels), integer("units", units)};
-    const uint64_t shown = shownEntries(context.style, units);
+    const uint64_t shown = shownEntries(context.style, units, 2);
+    uint64_t taken = 0;
     for (uint64_t i = 0; i < shown; ++i) {
+        // Any number of units may begin at the same byte.
+        if (taken > context.body.size()) {
+            nodes.push_back(integer("not shown", units - i, "the units before them share their bytes"));
+            return nodes;
+        }
         Node& unit = nodes.emplace_back(object(fmt::format("unit {}", i + 1)));
         const uint32_t offset = cursor.u32();
-        if (cursor.failed() || offset > context.body.size() ||
-            !addUnit(unit, Cursor(context.body, offset), channels, context.style)) {
+        Cursor reader(context.body, offset);
+        if (cursor.failed() || !addUnit(unit, reader, channels, context.style)) {
             return std::nullopt;
         }
+        taken += reader.position() - offset;
     }
-    addLeftOut(nodes, units, shown);
+    addLeftOut(nodes, context.style, units, shown);
     return nodes;
 }
 
 std::optional<Nodes> responses(const TagContext& context) {
     const ClrIccTagResponseCurveSet record = context.record.get().responseCurveSet;
+    const uint64_t nodesLeft = context.style.nodesLeft;
     if (!countsAgree(record) && responsesBody(context)) {
         return std::nullopt;
     }
+    context.style.nodesLeft = nodesLeft;
     Nodes nodes = {integer("channels", record.channels), integer("units", record.types)};
-    const uint64_t shown = shownEntries(context.style, record.types);
+    const uint64_t shown = shownEntries(context.style, record.types, 2);
     for (uint16_t i = 0; i < shown; ++i) {
         const ClrIccResponseCurve curve = record.curves[i];
         Node& unit = nodes.emplace_back(object(fmt::format("unit {}", i + 1)));
         unit.add(signature("measurement", curve.measurement, measurementUnitName(curve.measurement)));
-        const uint64_t channels = shownEntries(context.style, record.channels);
+        const uint64_t channels = shownEntries(context.style, record.channels, kNodesOfChannel);
         for (uint16_t channel = 0; channel < channels; ++channel) {
             unit.add(responseNode(context, curve, channel, record.types));
         }
+        addLeftOut(unit.children, context.style, record.channels, channels);
     }
-    addLeftOut(nodes, record.types, shown);
+    addLeftOut(nodes, context.style, record.types, shown);
     return nodes;
 }
 
@@ -310,7 +318,7 @@ std::optional<Nodes> screening(const TagContext& context) {
     if (count > cursor.left() / 12) {
         return std::nullopt;
     }
-    const uint64_t shown = shownEntries(context.style, count);
+    const uint64_t shown = shownEntries(context.style, count, 4);
     for (uint64_t i = 0; i < shown; ++i) {
         Node& channel = nodes.emplace_back(object(fmt::format("channel {}", i + 1)));
         channel.add(number("frequency", cursor.fixed16()));
@@ -318,11 +326,10 @@ std::optional<Nodes> screening(const TagContext& context) {
         const uint32_t shape = cursor.u32();
         channel.add(integer("spot shape", shape, shape < std::size(kShapes) ? kShapes[shape] : ""));
     }
-    addLeftOut(nodes, count, shown);
+    addLeftOut(nodes, context.style, count, shown);
     return cursor.failed() ? std::nullopt : std::optional(nodes);
 }
 
-constexpr char kNoRecord[] = "the library has no record for this type";
 constexpr char kOtherCounts[] = "the library's record has as many responses for a channel as there are units";
 constexpr char kOtherTexts[] = "the library's record has texts of one language and of version 4 only";
 

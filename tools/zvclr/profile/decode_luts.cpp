@@ -1,8 +1,9 @@
 // "mft1" and "mft2".
 #include <fmt/format.h>
 
-#include <cmath>
+#include <algorithm>
 #include <cstring>
+#include <iterator>
 
 #include "decode.h"
 
@@ -71,9 +72,14 @@ private:
     template <class Next>
     void addTables(const std::string& label, uint32_t channels, uint32_t entries, Next& next) {
         Node& tables = nodes_.emplace_back(list(label));
-        for (uint32_t i = 0; i < channels; ++i) {
+        const uint64_t shown = shownEntries(style_, channels);
+        for (uint64_t i = 0; i < shown; ++i) {
             tables.add(one(fmt::format("channel {}", i + 1), entries, next));
         }
+        for (uint64_t i = shown * entries; i < uint64_t{channels} * entries; ++i) {
+            next();
+        }
+        addLeftOut(tables.children, style_, channels, shown);
     }
 
     const Tables& tables_;
@@ -96,6 +102,12 @@ Tables tablesOf(const Record& record) {
         tables.matrix.push_back(s15Fixed16(word));
     }
     return tables;
+}
+
+/// Whether every channel has values: no bytes pay for those that have none.
+bool usable(const Tables& tables) {
+    return tables.inputs != 0 && tables.outputs != 0 && tables.gridPoints != 0 && tables.inputEntries >= 2 &&
+           tables.outputEntries >= 2;
 }
 
 /// The three blocks of a record one after the other.
@@ -128,6 +140,9 @@ private:
 std::optional<Nodes> lut16Record(const TagContext& context) {
     const ClrIccTagLut16 record = context.record.get().lut16;
     const Tables tables = tablesOf(record);
+    if (!usable(tables)) {
+        return std::nullopt;
+    }
     return LutNodes(tables, context.style)
         .finish(Blocks<uint16_t>(tables, record.inputTables, record.clut, record.outputTables));
 }
@@ -147,7 +162,7 @@ std::optional<Tables> standardTables(Span body) {
     tables.outputEntries = kStandardEntries;
     const uint64_t values = gridValues(tables.gridPoints, tables.inputs, tables.outputs) +
                             uint64_t{kStandardEntries} * (tables.inputs + tables.outputs);
-    return cursor.failed() || values > cursor.left() ? std::nullopt : std::optional(tables);
+    return cursor.failed() || !usable(tables) || values > cursor.left() ? std::nullopt : std::optional(tables);
 }
 
 /// Whether the library's record, which has counts of entries in the body, takes all of it.
@@ -162,7 +177,7 @@ bool fillsBody(const Tables& tables, size_t size) {
 std::optional<Nodes> lut8Record(const TagContext& context) {
     const ClrIccTagLut8 record = context.record.get().lut8;
     const Tables tables = tablesOf(record);
-    if (standardTables(context.body) && !fillsBody(tables, context.body.size())) {
+    if (!usable(tables) || (standardTables(context.body) && !fillsBody(tables, context.body.size()))) {
         return std::nullopt;
     }
     Nodes nodes = LutNodes(tables, context.style)

@@ -11,11 +11,6 @@ namespace zvinfo {
 
 namespace {
 
-// Each of them may point to the same bytes: what a hostile body costs stays bounded.
-constexpr uint32_t kMostLanguages = 1024;
-constexpr size_t kMostTextBytes = 65536;
-constexpr uint32_t kMostPairs = 4096;
-
 std::string letters(uint16_t code) {
     std::string result;
     for (const int shift : {8, 0}) {
@@ -62,7 +57,11 @@ std::optional<Nodes> description(const TagContext& context) {
     Nodes nodes = {text("text", fromLatin1(ascii))};
     const uint32_t language = cursor.u32();
     const uint64_t units = cursor.u32();
+    const bool hasUnicode = !cursor.failed();
     const Span unicode = cursor.take(2 * units);
+    if (hasUnicode && cursor.failed()) {
+        nodes.push_back(text("remark", "the Unicode part points past its end"));
+    }
     if (!cursor.failed() && units != 0) {
         nodes.push_back(leaf("unicode", fromUtf16(unicode), language != 0 ? signatureText(language) : ""));
     }
@@ -75,89 +74,89 @@ std::optional<Nodes> description(const TagContext& context) {
     return nodes;
 }
 
-Nodes localizedNodes(const std::vector<Localized>& texts) {
-    Node languages = list("texts");
-    for (const Localized& one : texts) {
-        languages.add(text(one.language, one.text));
-    }
-    return {languages};
-}
-
 std::optional<Nodes> localizedRecord(const TagContext& context) {
     const auto texts = localizedOf(context.record.get().multiLocalized);
     if (!texts) {
         return std::nullopt;
     }
-    return localizedNodes(*texts);
+    return Nodes{localizedNode("texts", *texts, context.style)};
 }
 
 std::optional<Nodes> localizedBody(const TagContext& context) {
-    const auto texts = localizedIn(context.body);
+    TextBudget budget(context.body);
+    const auto texts = localizedIn(context.body, context.style, budget);
     if (!texts) {
         return std::nullopt;
     }
-    return localizedNodes(*texts);
+    return Nodes{localizedNode("texts", *texts, context.style)};
 }
 
-std::string utf16At(Span body, uint32_t offset, uint32_t size, bool& inside) {
-    const Span bytes = part(body, offset, size);
-    inside = inside && bytes.size() == size;
-    return fromUtf16(bytes.first(std::min(bytes.size(), kMostTextBytes)));
-}
+Node textNode(const std::string& label, const TextBudget::Text& text) { return leaf(label, text.words, text.note); }
 
 std::optional<Nodes> dictionary(const TagContext& context) {
     Cursor cursor(context.body, 8);
     const uint32_t count = cursor.u32();
     const uint32_t length = cursor.u32();
-    if (cursor.failed() || count > kMostPairs || (length != 16 && length != 24 && length != 32)) {
+    if (cursor.failed() || (length != 16 && length != 24 && length != 32)) {
         return std::nullopt;
     }
     Nodes nodes;
     Node& pairs = nodes.emplace_back(list("entries"));
-    bool inside = true;
-    for (uint32_t i = 0; i < count && inside; ++i) {
+    TextBudget budget(context.body);
+    constexpr uint64_t kNodesOfPair = 3;
+    const uint64_t shown = shownEntries(context.style, std::min<uint64_t>(count, cursor.left() / length), kNodesOfPair);
+    for (uint32_t i = 0; i < count; ++i) {
         Cursor record(cursor.take(length));
         const uint32_t nameOffset = record.u32();
         const uint32_t nameSize = record.u32();
         const uint32_t valueOffset = record.u32();
         const uint32_t valueSize = record.u32();
-        inside = !record.failed();
-        Node& pair = pairs.add(object(std::to_string(i + 1)));
-        pair.add(text("name", utf16At(context.body, nameOffset, nameSize, inside)));
-        if (valueOffset != 0) {
-            pair.add(text("value", utf16At(context.body, valueOffset, valueSize, inside)));
+        const Span name = part(context.body, nameOffset, nameSize);
+        const Span value = part(context.body, valueOffset, valueOffset != 0 ? valueSize : 0);
+        if (record.failed() || name.size() != nameSize || (valueOffset != 0 && value.size() != valueSize)) {
+            return std::nullopt;
+        }
+        if (i < shown) {
+            Node& pair = pairs.add(object(std::to_string(i + 1)));
+            pair.add(textNode("name", budget.utf16(name)));
+            if (valueOffset != 0) {
+                pair.add(textNode("value", budget.utf16(value)));
+            }
         }
     }
-    return inside ? std::optional(nodes) : std::nullopt;
+    addLeftOut(nodes, context.style, count, shown);
+    return nodes;
 }
 
-constexpr char kNoRecord[] = "the library has no record for this type";
 constexpr char kOneLanguage[] = "the library's record has the text of one language";
 
 }  // namespace
 
-std::optional<std::vector<Localized>> localizedOf(const ClrIccTagMultiLocalized& record) {
+std::optional<LocalizedTexts> localizedOf(const ClrIccTagMultiLocalized& record) {
     if (record.recordCount > 1 || (record.recordCount == 1 && record.records == nullptr)) {
         return std::nullopt;
     }
-    std::vector<Localized> texts;
+    LocalizedTexts texts;
+    texts.count = record.recordCount;
     for (uint32_t i = 0; i < record.recordCount; ++i) {
         const ClrIccMlucEntry entry = record.records[i];
         const Span bytes(static_cast<const uint8_t*>(record.text), entry.length);
-        texts.push_back({languageOf(entry.language, entry.country), fromUtf16(bytes)});
+        texts.shown.push_back({languageOf(entry.language, entry.country), fromUtf16(bytes), {}});
     }
     return texts;
 }
 
-std::optional<std::vector<Localized>> localizedIn(Span body, size_t* end) {
+std::optional<LocalizedTexts> localizedIn(Span body, const Style& style, TextBudget& budget) {
     Cursor cursor(body, 8);
     const uint32_t count = cursor.u32();
     const uint32_t size = cursor.u32();
-    if (cursor.failed() || count > kMostLanguages || (count != 0 && size < 12)) {
+    if (cursor.failed() || (count != 0 && (size < 12 || count > cursor.left() / size))) {
         return std::nullopt;
     }
-    std::vector<Localized> texts;
-    size_t last = 16;
+    LocalizedTexts texts;
+    texts.count = count;
+    texts.end = cursor.position();
+    const uint64_t shown = shownEntries(style, count);
     for (uint32_t i = 0; i < count; ++i) {
         Cursor record(cursor.take(size));
         const uint16_t language = record.u16();
@@ -168,14 +167,22 @@ std::optional<std::vector<Localized>> localizedIn(Span body, size_t* end) {
         if (record.failed() || bytes.size() != length) {
             return std::nullopt;
         }
-        last = std::max({last, cursor.position(), size_t{offset} + length});
-        texts.push_back(
-            {languageOf(language, country), fromUtf16(bytes.first(std::min(bytes.size(), kMostTextBytes)))});
-    }
-    if (end != nullptr) {
-        *end = last;
+        texts.end = std::max({texts.end, cursor.position(), size_t{offset} + length});
+        if (i < shown) {
+            const TextBudget::Text text = budget.utf16(bytes);
+            texts.shown.push_back({languageOf(language, country), text.words, text.note});
+        }
     }
     return texts;
+}
+
+Node localizedNode(const std::string& label, const LocalizedTexts& texts, const Style& style) {
+    Node node = list(label);
+    for (const Localized& one : texts.shown) {
+        node.add(leaf(one.language, one.text, one.note));
+    }
+    addLeftOut(node.children, style, texts.count, texts.shown.size());
+    return node;
 }
 
 std::vector<TypeDecoder> textDecoders() {

@@ -27,12 +27,12 @@ std::optional<Nodes> xyzArray(const TagContext& context) {
     array.count *= 3;
     const auto words = valuesOf<uint32_t>(array);
     const uint64_t count = words.size() / 3;
-    const uint64_t shown = shownEntries(context.style, count);
+    const uint64_t shown = shownEntries(context.style, count, 3);
     for (size_t i = 0; i < shown; ++i) {
         nodes.push_back(xyzNode(count == 1 ? "value" : "value " + std::to_string(i + 1), words[3 * i], words[3 * i + 1],
                                 words[3 * i + 2]));
     }
-    addLeftOut(nodes, count, shown);
+    addLeftOut(nodes, context.style, count, shown);
     return nodes;
 }
 
@@ -51,7 +51,7 @@ std::optional<Nodes> integers64(const TagContext& context) {
     for (uint64_t i = 0; i < shown; ++i) {
         values.add(text(std::to_string(i + 1), std::to_string(cursor.u64())));
     }
-    addLeftOut(nodes, count, shown);
+    addLeftOut(nodes, context.style, count, shown);
     return nodes;
 }
 
@@ -114,7 +114,7 @@ std::optional<Nodes> chromaticity(const TagContext& context) {
         const double xy[] = {u16Fixed16(pair[0]), u16Fixed16(pair[1])};
         nodes.push_back(series({true}, fmt::format("channel {} xy", i + 1), std::span(xy), false));
     }
-    addLeftOut(nodes, record.channels, shown);
+    addLeftOut(nodes, context.style, record.channels, shown);
     return nodes;
 }
 
@@ -128,7 +128,6 @@ std::optional<Nodes> codePoints(const TagContext& context) {
 }
 
 constexpr char kUpperHalves[] = "the library's record has lost the upper halves of its numbers";
-constexpr char kNoRecord[] = "the library has no record for this type";
 
 }  // namespace
 

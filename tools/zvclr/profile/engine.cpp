@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <initializer_list>
 #include <memory>
+#include <string_view>
 
 #include "names.h"
 #include "node.h"
@@ -143,6 +144,24 @@ bool takeAll(const Profile& profile, EngineSide& side, std::initializer_list<uin
     return true;
 }
 
+/// Tables alone have an absolute form: colorants and tone curves give XYZ relative to D50, whatever the header says.
+void addWhite(const Profile& profile, EngineSide& side) {
+    constexpr uint32_t kAbsolute = 3;
+    const uint32_t connection = profile.header().connectionSpace;
+    if (profile.header().renderingIntent != kAbsolute || (connection != sig("Lab ") && connection != sig("XYZ "))) {
+        return;
+    }
+    side.text += fmt::format(
+        ", whose {} is taken as absolute, since the header's intent is 3; the white and black points of "
+        "both profiles may count then",
+        readable(connection));
+    for (const uint32_t signature : {sig("wtpt"), sig("bkpt")}) {
+        if (typeOf(profile, signature) == sig("XYZ ")) {
+            side.tags.push_back(readable(signature));
+        }
+    }
+}
+
 void takeTable(const Profile& profile, EngineSide& side, uint32_t signature) {
     const uint32_t type = typeOf(profile, signature);
     if (type != sig("mft1") && type != sig("mft2")) {
@@ -155,6 +174,7 @@ void takeTable(const Profile& profile, EngineSide& side, uint32_t signature) {
     side.usable = true;
     side.tags = {readable(signature)};
     side.text = fmt::format("the table {}", readable(signature));
+    addWhite(profile, side);
 }
 
 void takeShaper(const Profile& profile, EngineSide& side, uint32_t table) {
@@ -187,16 +207,17 @@ EngineSide sideOf(const Profile& profile, uint32_t table) {
     return side;
 }
 
-void addWhite(const Profile& profile, EngineSide& side) {
-    constexpr uint32_t kAbsolute = 3;
-    if (!side.usable || profile.header().renderingIntent != kAbsolute) {
-        return;
-    }
-    side.text += ", relative to the absolute white and black";
-    for (const uint32_t signature : {sig("wtpt"), sig("bkpt")}) {
-        if (typeOf(profile, signature) == sig("XYZ ")) {
-            side.tags.push_back(readable(signature));
-        }
+/// Why the command refuses profiles of that class; empty for those that it takes.
+std::string_view classInTheWay(uint32_t deviceClass) {
+    switch (deviceClass) {
+        case sig("link"):
+            return "a device link, which has no place in a pair of profiles";
+        case sig("abst"):
+            return "an abstract profile, where a pair needs those of colour spaces or devices";
+        case sig("nmcl"):
+            return "a named-colour profile, where a pair needs those of colour spaces or devices";
+        default:
+            return {};
     }
 }
 
@@ -204,6 +225,11 @@ void addWhite(const Profile& profile, EngineSide& side) {
 
 EngineUse engineUse(const Profile& profile) {
     EngineUse use;
+    const std::string_view inTheWay = classInTheWay(profile.header().deviceClass);
+    if (!inTheWay.empty()) {
+        use.input.text = use.output.text = inTheWay;
+        return use;
+    }
     const EngineSpace* space = findSpace(profile.header().colorSpace);
     if (space == nullptr) {
         use.input.text = use.output.text =
@@ -213,8 +239,6 @@ EngineUse engineUse(const Profile& profile) {
     use.space = space->name;
     use.input = sideOf(profile, sig("A2B0"));
     use.output = sideOf(profile, sig("B2A0"));
-    addWhite(profile, use.input);
-    addWhite(profile, use.output);
     use.input.trial = tryProfile(profile, space->id, true);
     use.output.trial = tryProfile(profile, space->id, false);
     return use;

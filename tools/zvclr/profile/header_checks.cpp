@@ -32,11 +32,12 @@ void checkVersion(const Profile& profile, Findings& findings) {
     const uint32_t major = version >> 24;
     if (major != 2 && major != 4 && major != 5) {
         findings.add(Level::kWarning, kHeader, fmt::format("version {} is unknown", major));
-    } else if (major == 2) {
-        findings.add(
-            Level::kNote, kHeader,
-            "version 2: shown through a copy that says 4.2; Zv_FillICCProfileFromICCFile keeps the bytes without "
-            "reading them");
+    }
+    if (profile.isOld()) {
+        findings.add(Level::kNote, kHeader,
+                     fmt::format("version {}: shown through a copy that says 4.2; Zv_FillICCProfileFromICCFile keeps "
+                                 "the bytes without reading them",
+                                 major));
     } else if (version != 0x04000000 && version != 0x04200000) {
         findings.add(Level::kNote, kHeader,
                      "neither version 4.0 nor 4.2: Zv_FillICCProfileFromICCFile keeps the bytes without reading them");
@@ -153,10 +154,13 @@ std::string_view tagsOfClass(const Profile& profile) {
     const bool gray = header.colorSpace == sig("GRAY");
     const bool rgb = header.colorSpace == sig("RGB ");
     constexpr std::string_view kMatrix = "rXYZ gXYZ bXYZ rTRC gTRC bTRC";
+    // Tables are extra then.
+    const bool wholeMatrix = rgb && missing(profile, kMatrix).empty();
     switch (header.deviceClass) {
         case sig("scnr"):
             return has(profile, "A2B0") ? "" : gray ? "kTRC" : rgb ? kMatrix : "A2B0";
         case sig("mntr"):
+            if (wholeMatrix) return "";
             return has(profile, "A2B0") || has(profile, "B2A0") ? "A2B0 B2A0"
                    : gray                                       ? "kTRC"
                    : rgb                                        ? kMatrix

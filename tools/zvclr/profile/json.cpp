@@ -2,6 +2,9 @@
 #include <nlohmann/json.hpp>
 
 #include <cctype>
+#include <set>
+#include <string>
+#include <utility>
 
 #include "names.h"
 #include "report.h"
@@ -43,8 +46,19 @@ bool isNumber(const std::string& label) { return !label.empty() && std::isdigit(
 Json jsonOf(const Node& node);
 
 void addMembers(Json& members, const std::vector<Node>& nodes) {
+    // Ordered objects look each key up from the front, which is too slow for lists of many thousands.
+    auto& object = members.get_ref<Json::object_t&>();
+    std::set<std::string> keys;
+    for (const auto& [key, value] : object) {
+        keys.insert(key);
+    }
     for (const Node& node : nodes) {
-        members[keyOf(node.label)] = jsonOf(node);
+        std::string key = keyOf(node.label);
+        if (keys.insert(key).second) {
+            object.emplace_back(std::move(key), jsonOf(node));
+        } else {
+            members[key] = jsonOf(node);
+        }
     }
 }
 

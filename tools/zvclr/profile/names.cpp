@@ -162,7 +162,7 @@ constexpr TagName kTags[] = {
     {"bTRC", "tone curve of blue", "curv", "curv para"},
     {"bXYZ", "colorant of blue", "XYZ", "XYZ"},
     {"bfd ", "under colour removal and black generation", "bfd", ""},
-    {"bkpt", "media black point", "XYZ", ""},
+    {"bkpt", "media black point", "XYZ", "XYZ", 0x04300000},
     {"calt", "calibration date and time", "dtim", "dtim"},
     {"chad", "chromatic adaptation", "sf32", "sf32"},
     {"chrm", "chromaticities of phosphors or colorants", "chrm", "chrm"},

@@ -40,8 +40,9 @@ uint32_t channelsOf(uint32_t space);
 struct TagName {
     const char* signature;
     const char* name;
-    const char* types2;  ///< types that version 2 has for it, with blanks between them; empty for none
-    const char* types4;  ///< likewise of version 4
+    const char* types2;   ///< types that version 2 has for it, with blanks between them; empty for none
+    const char* types4;   ///< likewise of version 4
+    uint32_t goneIn = 0;  ///< version, as in the header, that took the tag away; 0 for none
 };
 
 /// Null for tags that no version of the standard has.

@@ -124,6 +124,16 @@ std::string keyOf(std::string_view label) {
     return key;
 }
 
+namespace {
+
+/// The last byte of a character that turns the direction of writing or ends a line; these begin with E2 80 or E2 81.
+bool turnsOrEnds(unsigned char second, unsigned char last) {
+    return (second == 0x80 && (last == 0x8E || last == 0x8F || (last >= 0xA8 && last <= 0xAE))) ||
+           (second == 0x81 && last >= 0xA6 && last <= 0xA9);
+}
+
+}  // namespace
+
 std::string valueText(const Value& value) {
     struct Visitor {
         std::string operator()(std::monostate) const { return "none"; }
@@ -138,9 +148,10 @@ std::string valueText(const Value& value) {
 
 std::string printable(std::string_view utf8) {
     std::string result;
+    const auto byteAt = [utf8](size_t i) { return static_cast<unsigned char>(i < utf8.size() ? utf8[i] : '\0'); };
     for (size_t i = 0; i < utf8.size(); ++i) {
-        const auto byte = static_cast<unsigned char>(utf8[i]);
-        const bool c1 = byte == 0xC2 && i + 1 < utf8.size() && static_cast<unsigned char>(utf8[i + 1]) < 0xA0;
+        const unsigned char byte = byteAt(i);
+        const bool c1 = byte == 0xC2 && i + 1 < utf8.size() && byteAt(i + 1) < 0xA0;
         if (byte == '\n') {
             result += "\\n";
         } else if (byte == '\\') {
@@ -148,7 +159,10 @@ std::string printable(std::string_view utf8) {
         } else if (byte < ' ' || byte == 0x7F) {
             result += fmt::format("\\x{:02x}", byte);
         } else if (c1) {
-            result += fmt::format("\\x{:02x}", static_cast<unsigned char>(utf8[++i]));
+            result += fmt::format("\\x{:02x}", byteAt(++i));
+        } else if (byte == 0xE2 && turnsOrEnds(byteAt(i + 1), byteAt(i + 2))) {
+            result += fmt::format("\\u{:04x}", 0x2000 | (byteAt(i + 1) & 0x3F) << 6 | (byteAt(i + 2) & 0x3F));
+            i += 2;
         } else {
             result += utf8[i];
         }

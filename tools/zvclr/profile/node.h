@@ -39,6 +39,8 @@ struct Node {
 
 struct Style {
     bool all = false;  ///< tables are shown whole
+    /// Nodes that the lists of a report may still take: what a hostile file costs stays bounded.
+    mutable uint64_t nodesLeft = 200000;
 };
 
 Node leaf(std::string label, Value value, std::string name = {}, std::string unit = {});
@@ -88,7 +90,7 @@ std::string readable(uint32_t signature);
 std::string keyOf(std::string_view label);
 /// A leaf's value for people.
 std::string valueText(const Value& value);
-/// Control characters as escapes, so that no file steers a terminal.
+/// Control characters, those of line ends and of writing directions too, as escapes, so that no file steers a terminal.
 std::string printable(std::string_view utf8);
 
 }  // namespace zvinfo

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
 #include "names.h"
@@ -51,6 +52,18 @@ void checkNeighbours(const Profile& profile, const Tag& tag, Findings& findings)
     }
 }
 
+/// "mft1, mft2 or mAB".
+std::string listOf(std::string_view types) {
+    std::string list;
+    while (!types.empty()) {
+        const size_t end = std::min(types.find(' '), types.size());
+        const bool last = end == types.size();
+        list += (list.empty() ? "" : last ? " or " : ", ") + std::string(types.substr(0, end));
+        types.remove_prefix(last ? end : end + 1);
+    }
+    return list;
+}
+
 void checkType(const Profile& profile, const Tag& tag, Findings& findings) {
     const std::string place = readable(tag.signature);
     const TagName* known = findTag(tag.signature);
@@ -63,13 +76,18 @@ void checkType(const Profile& profile, const Tag& tag, Findings& findings) {
     const std::string_view types = profile.isOld() ? known->types2 : known->types4;
     const std::string_view others = profile.isOld() ? known->types4 : known->types2;
     const int major = profile.isOld() ? 2 : 4;
+    if (known->goneIn != 0 && profile.version() >= known->goneIn) {
+        findings.add(
+            Level::kNote, place,
+            fmt::format("gone from the standard since version {}.{}", known->goneIn >> 24, known->goneIn >> 20 & 0xF));
+    }
     if (types.empty()) {
         findings.add(Level::kNote, place, fmt::format("version {} has no such tag", major));
     }
     if (tag.type != 0 && !hasType(types, tag.type) && (!types.empty() || !hasType(others, tag.type))) {
         findings.add(Level::kWarning, place,
                      fmt::format("the type is {}, where version {} has {}", readable(tag.type), major,
-                                 types.empty() ? "no such tag" : types));
+                                 types.empty() ? "no such tag" : listOf(types)));
     }
 }
 
@@ -128,29 +146,48 @@ void checkUse(const EngineUse& use, Findings& findings) {
         if (use.space && !side.usable) {
             findings.add(Level::kHint, "converters", fmt::format("not usable as {} profile: {}", name, side.text));
         } else if (side.trial && *side.trial != CLR_SUCCESS) {
-            findings.add(Level::kError, "converters",
-                         fmt::format("as {} profile it has what is needed, but a converter gives {}", name,
-                                     ZvErrorName(*side.trial)));
+            findings.add(Level::kWarning, "converters",
+                         fmt::format("as {} profile its tags are of the right types, but a converter with it cannot be "
+                                     "made or run: {}",
+                                     name, ZvErrorName(*side.trial)));
         }
     }
+}
+
+bool apart(const Tag& a, const Tag& b) {
+    return uint64_t{a.offset} + a.size <= b.offset || uint64_t{b.offset} + b.size <= a.offset;
+}
+
+/// Takes what was compared from `budget`, and leaves alone what has more bytes.
+bool sameBytes(Span a, Span b, size_t& budget) {
+    if (a.size() != b.size() || a.size() > budget) {
+        return false;
+    }
+    const auto differs = std::mismatch(a.begin(), a.end(), b.begin()).first;
+    budget -= static_cast<size_t>(differs - a.begin());
+    return differs == a.end();
 }
 
 /// Bodies of the same bytes that stand there twice.
 void checkTwins(const Profile& profile, Findings& findings) {
     const std::vector<Tag>& tags = profile.tags();
-    // Every pair is compared: more tags than any real profile has are left alone.
-    constexpr size_t kMostTags = 256;
-    for (size_t i = 0; i < std::min(tags.size(), kMostTags); ++i) {
+    // Smaller ones are not worth a hint.
+    constexpr size_t kSmallest = 17;
+    // Every pair is compared: a hostile file has many long bodies that differ late.
+    size_t budget = size_t{64} << 20;
+    for (size_t i = 0; i < tags.size(); ++i) {
         const Span body = profile.body(tags[i]);
-        for (size_t k = 0; k < i && tags[i].sharedWith < 0 && body.size() > 16; ++k) {
-            const Span other = profile.body(tags[k]);
-            if (tags[k].sharedWith < 0 && body.size() == other.size() &&
-                std::equal(body.begin(), body.end(), other.begin())) {
-                findings.add(Level::kHint, readable(tags[i].signature),
-                             fmt::format("the same {} bytes as {}: one body could serve both", body.size(),
-                                         readable(tags[k].signature)));
-                break;
-            }
+        if (tags[i].sharedWith >= 0 || body.size() < kSmallest) {
+            continue;
+        }
+        const auto end = tags.begin() + static_cast<std::ptrdiff_t>(i);
+        const auto twin = std::find_if(tags.begin(), end, [&](const Tag& other) {
+            return other.sharedWith < 0 && apart(tags[i], other) && sameBytes(body, profile.body(other), budget);
+        });
+        if (twin != end) {
+            findings.add(Level::kHint, readable(tags[i].signature),
+                         fmt::format("the same {} bytes as {}: one body could serve both", body.size(),
+                                     readable(twin->signature)));
         }
     }
 }

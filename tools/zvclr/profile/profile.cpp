@@ -18,13 +18,11 @@ using zvimage::ImageError;
 
 namespace {
 
-constexpr size_t kSmallestProfile = 132;
 // Press profiles have some megabytes; anything larger was named by mistake.
 constexpr size_t kLargestProfile = size_t{64} << 20;
-// Real profiles have some dozens; a file of millions would take more memory than it is worth.
-constexpr uint32_t kMostTags = 65536;
+// Real profiles have some dozens; some checks take time with the square of the number.
+constexpr uint32_t kMostTags = 1024;
 constexpr size_t kVersionAt = 8;
-constexpr size_t kMagicAt = 36;
 constexpr size_t kCountAt = 128;
 constexpr size_t kTableAt = 132;
 constexpr size_t kEntrySize = 12;
@@ -161,7 +159,7 @@ bool TagRecord::filled() const {
            result_ == ERR_UNKNOWN_TAG_AND_TYPE;
 }
 
-std::vector<uint8_t> readProfileFile(const std::string& path) {
+std::vector<uint8_t> readProfileFile(const std::string& path, const std::string& advice) {
     zvimage::InputFile file(path);
     std::vector<uint8_t> bytes;
     constexpr size_t kBlock = size_t{1} << 20;
@@ -173,8 +171,8 @@ std::vector<uint8_t> readProfileFile(const std::string& path) {
         bytes.resize(start + got);
     }
     if (bytes.size() > kLargestProfile) {
-        throw ImageError(
-            fmt::format("{} is larger than {} MB, which no ICC profile is", file.name(), kLargestProfile >> 20));
+        throw ImageError(fmt::format("{} is larger than {} MB, which no ICC profile is{}", file.name(),
+                                     kLargestProfile >> 20, advice));
     }
     return bytes;
 }

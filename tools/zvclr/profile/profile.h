@@ -2,6 +2,7 @@
 #ifndef ZVCLR_TOOLS_PROFILE_PROFILE_H
 #define ZVCLR_TOOLS_PROFILE_PROFILE_H
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -11,6 +12,11 @@
 #include "zvicc.h"
 
 namespace zvinfo {
+
+/// Header and count of tags.
+inline constexpr size_t kSmallestProfile = 132;
+/// Where "acsp" stands.
+inline constexpr size_t kMagicAt = 36;
 
 /// A tag as the table has it, and how its body lies among the others.
 struct Tag {
@@ -87,8 +93,8 @@ private:
     int32_t result_;
 };
 
-/// Reads a file of up to 64 MB; "-" is the standard input. Throws ImageError.
-std::vector<uint8_t> readProfileFile(const std::string& path);
+/// Reads a file of up to 64 MB; "-" is the standard input. Throws ImageError, with `advice` for larger files.
+std::vector<uint8_t> readProfileFile(const std::string& path, const std::string& advice = {});
 
 }  // namespace zvinfo
 

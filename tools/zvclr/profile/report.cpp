@@ -29,6 +29,12 @@ std::string idText(const ClrIccHeader& header) {
     return any ? id : "none";
 }
 
+std::string createdText(const ClrIccHeader& header) {
+    uint16_t date[6];
+    std::copy_n(header.dateTime, 6, date);
+    return std::all_of(date, date + 6, [](uint16_t part) { return part == 0; }) ? "none" : dateTimeText(date);
+}
+
 std::string flagsText(uint32_t flags) {
     return fmt::format("{}, {}", (flags & 1) != 0 ? "embedded in a file" : "not embedded",
                        (flags & 2) != 0 ? "not to be used apart from its image" : "may be used by itself");
@@ -42,8 +48,6 @@ std::string attributesText(uint64_t attributes) {
 
 std::vector<Node> headerNodes(const Profile& profile) {
     const ClrIccHeader header = profile.header();
-    uint16_t date[6];
-    std::copy_n(header.dateTime, 6, date);
     const uint64_t attributes = profile.at(56).u64();
     return {
         integer("size", header.size),
@@ -52,7 +56,7 @@ std::vector<Node> headerNodes(const Profile& profile) {
         signature("class", header.deviceClass, className(header.deviceClass)),
         signature("colour space", header.colorSpace, spaceName(header.colorSpace)),
         signature("connection space", header.connectionSpace, spaceName(header.connectionSpace)),
-        text("created", dateTimeText(date)),
+        text("created", createdText(header)),
         signature("platform", header.platform, platformName(header.platform)),
         leaf("flags", fmt::format("0x{:08X}", header.flags), flagsText(header.flags)),
         signature("manufacturer", header.manufacturer),
@@ -94,7 +98,12 @@ std::vector<Content> decodeAll(const Profile& profile, const Style& style) {
 /// Bytes of the character that begins there; 0 for what is no UTF-8, or no character that XML can hold.
 size_t characterLength(std::string_view text) {
     const auto byte = [text](size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U; };
-    const size_t length = byte(0) < 0x80 ? 1 : byte(0) < 0xC2 ? 0 : byte(0) < 0xE0 ? 2 : byte(0) < 0xF0 ? 3 : 4;
+    const size_t length = byte(0) < 0x80   ? 1
+                          : byte(0) < 0xC2 ? 0
+                          : byte(0) < 0xE0 ? 2
+                          : byte(0) < 0xF0 ? 3
+                          : byte(0) < 0xF5 ? 4
+                                           : 0;
     uint32_t code = byte(0) & (0xFFU >> (length + 1));
     for (size_t i = 1; i < length; ++i) {
         if ((byte(i) & 0xC0) != 0x80) {
