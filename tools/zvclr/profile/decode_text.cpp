@@ -22,7 +22,7 @@ std::string letters(uint16_t code) {
 }
 
 std::string languageOf(uint16_t language, uint16_t country) {
-    return letters(language) + (country != 0 ? "-" + letters(country) : "");
+    return country != 0 ? fmt::format("{}-{}", letters(language), letters(country)) : letters(language);
 }
 
 /// The part of a body that an offset and a length tell.

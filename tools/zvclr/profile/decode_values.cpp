@@ -29,7 +29,7 @@ std::optional<Nodes> xyzArray(const TagContext& context) {
     const uint64_t count = words.size() / 3;
     const uint64_t shown = shownEntries(context.style, count, 3);
     for (size_t i = 0; i < shown; ++i) {
-        nodes.push_back(xyzNode(count == 1 ? "value" : "value " + std::to_string(i + 1), words[3 * i], words[3 * i + 1],
+        nodes.push_back(xyzNode(count == 1 ? "value" : fmt::format("value {}", i + 1), words[3 * i], words[3 * i + 1],
                                 words[3 * i + 2]));
     }
     addLeftOut(nodes, context.style, count, shown);
@@ -59,7 +59,7 @@ std::optional<Nodes> integers64(const TagContext& context) {
 Nodes matrixRows(const std::vector<double>& values) {
     Nodes nodes;
     for (size_t row = 0; row < 3; ++row) {
-        nodes.push_back(series({true}, "row " + std::to_string(row + 1), std::span(values).subspan(3 * row, 3), false));
+        nodes.push_back(series({true}, fmt::format("row {}", row + 1), std::span(values).subspan(3 * row, 3), false));
     }
     return nodes;
 }

@@ -61,14 +61,12 @@ void checkFront(const std::string& name, const std::vector<uint8_t>& bytes) {
 Profile::Profile(std::string name, std::vector<uint8_t> bytes) : name_(std::move(name)), bytes_(std::move(bytes)) {
     checkFront(name_, bytes_);
     version_ = at(kVersionAt).u32();
-    std::vector<uint8_t> copy;
+    std::vector<uint8_t> image = bytes_;
     if (isOld()) {
-        copy = bytes_;
         for (size_t i = 0; i < 4; ++i) {
-            copy[kVersionAt + i] = static_cast<uint8_t>(kReadVersion >> (24 - 8 * i));
+            image.at(kVersionAt + i) = static_cast<uint8_t>(kReadVersion >> (24 - 8 * i));
         }
     }
-    const std::vector<uint8_t>& image = isOld() ? copy : bytes_;
     Zv_InitICCProfile(&record_, sizeof record_);
     const int32_t result = Zv_FillICCProfileStructure(&record_, image.data(), image.size());
     if (result != CLR_SUCCESS) {

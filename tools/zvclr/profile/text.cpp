@@ -19,7 +19,7 @@ std::string leafText(const Node& node) {
         line.erase(line.find_last_not_of(' ') + 1);
     }
     line += node.unit.empty() ? "" : " " + node.unit;
-    return line + (node.name.empty() ? "" : " (" + printable(node.name) + ")");
+    return node.name.empty() ? line : fmt::format("{} ({})", line, printable(node.name));
 }
 
 void appendNodes(std::string& out, const std::vector<Node>& nodes, size_t indent) {
@@ -43,7 +43,7 @@ std::string placeText(const Profile& profile, const Tag& tag) {
         result += ", outside the data";
     }
     if (tag.sharedWith >= 0) {
-        result += ", the body of " + name(tag.sharedWith);
+        result += fmt::format(", the body of {}", name(tag.sharedWith));
     }
     if (tag.overlaps >= 0) {
         result += fmt::format(", {} bytes overlap {}", tag.overlapBytes, name(tag.overlaps));
