@@ -394,8 +394,12 @@ typedef struct ClrIccTagLutAToB {
     uint32_t matrix[12]; /**< 3 x 3 by rows, then three offsets; 16.16 */
 } ClrIccTagLutAToB;
 
-/** Room for any of the records, 120 bytes, for callers who do not know a tag's type beforehand. */
+/**
+ * Room for any of the records, 120 bytes, for callers who do not know a tag's type beforehand. The largest
+ * stands first, since an initialiser such as {0} clears the first member only.
+ */
 typedef union ClrIccTagRecord {
+    ClrIccTagLutAToB lutAToB;
     uint32_t typeSig;
     ClrIccTagArray array;
     ClrIccTagChromaticity chromaticity;
@@ -406,7 +410,6 @@ typedef union ClrIccTagRecord {
     ClrIccTagDateTime dateTime;
     ClrIccTagLut16 lut16;
     ClrIccTagLut8 lut8;
-    ClrIccTagLutAToB lutAToB;
     ClrIccTagMeasurement measurement;
     ClrIccTagMultiLocalized multiLocalized;
     ClrIccTagNamedColor2 namedColor2;
