@@ -1,4 +1,5 @@
-// What a host toolkit gives the library: memory, byte operations, files, bitmaps, strings. The small layer in
+// What a host toolkit gives the library: memory, byte operations, files, bitmaps, image files, strings. The small
+// layer in
 // host/common implements it; another toolkit links its own instead.
 #pragma once
 
@@ -7,6 +8,7 @@
 
 #include "host/platform.h"
 #include "zvclr.h"
+#include "zvicc.h"
 
 // --- Memory ---------------------------------------------------------------------------------------------------------
 // Every call names its source file and line for the toolkit's diagnosis. Sizes are size * count; null comes back when
@@ -91,6 +93,74 @@ void HostFreeBitmap(HostBitmap* bitmap) noexcept;
 void HostDibToBitmap(HostBitmap* bitmap, uint32_t bitmapRecordSize, const HostDibHeader* header,
                      const uint8_t* bits) noexcept;
 
+// --- Image files ----------------------------------------------------------------------------------------------------
+// Profiles in and out of image files. Results are 1 or an error unless told otherwise. What HostSetSaveMarkers and
+// HostSetFileTag set belongs to the file library as a whole; ours lets the saves of several threads wait for each
+// other.
+
+/// The host's record on an image file. The library looks at the format number only.
+struct HostImageInfo {
+    uint32_t size;
+    int32_t format;
+    uint8_t rest[2272];
+};
+static_assert(sizeof(HostImageInfo) == 2280);
+
+/// Formats of our own layer. The library has a way into those below 1000; it knows them by these numbers only.
+enum HostFormat : int32_t {
+    kHostFormatUnknown = 0,
+    kHostFormatGif = 2,
+    kHostFormatTiff = 3,
+    kHostFormatJpeg = 10,
+    kHostFormatEps = 16,
+    kHostFormatMacPicture = 56,
+    kHostFormatEpsWithPreview = 63,
+    kHostFormatPng = 1001,
+    kHostFormatBmp,
+    kHostFormatWebp,
+    kHostFormatPsd,
+    kHostFormatJpeg2000,
+    kHostFormatJpegXl,
+    kHostFormatHeif,
+    kHostFormatPdf,
+    kHostFormatPnm,
+    kHostFormatIcon,
+    kHostFormatIcc,
+};
+
+/// Tells the format by the file's content; kHostFormatUnknown is a success.
+int32_t HostFileInfo(const ZvChar* name, HostImageInfo* info, uint32_t size, uint32_t reserved,
+                     const void* loadOptions) noexcept;
+
+/// A collection of markers of a JPEG file.
+using HostMarkers = struct HostMarkerSet*;
+/// `length` counts the data alone. Anything but 1 ends the walk.
+using HostMarkerCallback = int32_t (*)(uint32_t id, uint32_t length, const uint8_t* data, void* user);
+
+/// The markers before the coded image.
+int32_t HostLoadMarkers(const ZvChar* name, HostMarkers* markers, uint32_t reserved) noexcept;
+/// The callback's last result; 1 without a marker.
+int32_t HostEnumMarkers(HostMarkers markers, uint32_t reserved, HostMarkerCallback callback, void* user) noexcept;
+/// Null is allowed.
+int32_t HostFreeMarkers(HostMarkers markers) noexcept;
+int32_t HostCreateMarkers(HostMarkers* markers) noexcept;
+/// Adds a copy at the end (-1). A marker holds up to 65,533 bytes.
+int32_t HostInsertMarker(HostMarkers markers, int32_t place, uint32_t id, uint32_t length,
+                         const uint8_t* data) noexcept;
+/// The markers of the next HostRewriteFile, until null is set.
+int32_t HostSetSaveMarkers(HostMarkers markers, uint32_t reserved) noexcept;
+/// Rewrites a JPEG file with the current markers (flags: 4), in place of those of the same kind.
+int32_t HostRewriteFile(const ZvChar* name, uint32_t flags, const SAVEFILEOPTION* options) noexcept;
+
+/// Type and size in bytes of a tag, with a buffer its bytes too: then *count says what the buffer holds. Above 0 on
+/// success.
+int32_t HostReadFileTag(const ZvChar* name, uint32_t tag, uint16_t* type, uint64_t* count, uint8_t* buffer,
+                        const void* options) noexcept;
+/// The tag of the next HostRewriteFileTags, until zeros are set. The data stay the caller's, and are read then.
+int32_t HostSetFileTag(uint32_t tag, uint16_t type, uint64_t count, const uint8_t* data) noexcept;
+/// Rewrites a TIFF file with the current tag, in place of one of that number.
+int32_t HostRewriteFileTags(const ZvChar* name, const SAVEFILEOPTION* options) noexcept;
+
 // --- Strings --------------------------------------------------------------------------------------------------------
 // ANSI strings are in the system's code page on Windows and UTF-8 elsewhere.
 
@@ -118,4 +188,22 @@ class Zv_W2A {
 public:
     Zv_W2A() = delete;
     static int32_t Convert(const ZvChar* source, char* destination, size_t count) noexcept;
+};
+
+/// The wide form of narrow save options, for the length of a call.
+class SAVEFILEOPTION_Conv {
+public:
+    /// Null is allowed, and stays null.
+    explicit SAVEFILEOPTION_Conv(const SAVEFILEOPTIONA* options) noexcept : options_(options) {}
+
+    /// 1 on success.
+    int32_t Begin() noexcept;
+    /// Valid from Begin() to End().
+    const SAVEFILEOPTION* ValueW() const noexcept { return value_; }
+    void End() noexcept { value_ = nullptr; }
+
+private:
+    const SAVEFILEOPTIONA* options_;
+    const SAVEFILEOPTION* value_ = nullptr;
+    SAVEFILEOPTION wide_ = {};
 };

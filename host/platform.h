@@ -25,9 +25,19 @@ BOOL ZvIsBadWritePtr(void* address, size_t size) noexcept;
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
+
+#include "zvclr.h"
 
 static_assert(std::endian::native == std::endian::little, "records and tables are laid out for little-endian machines");
 
 /// Copies `count` bytes of this process from `source` to `destination` without faulting or being seen by memory
 /// checkers: for a look at memory that may not be what the caller says. Returns false if not all could be read.
 bool ZvPeekMemory(void* destination, const void* source, size_t count) noexcept;
+
+/// fopen for wide names.
+std::FILE* ZvOpenStream(const ZvChar* name, const char* mode) noexcept;
+
+/// The name of the file that a name leads to, past symbolic links, and how many of its characters are the folder's, the
+/// separator included: a file there can replace it. False if the name does not fit or there is no such file.
+bool ZvFinalName(const ZvChar* name, ZvChar* buffer, size_t count, size_t* folderLength) noexcept;

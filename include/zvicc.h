@@ -16,7 +16,10 @@
  * null, as many bytes as its counts say must be there; arrays that cannot be read are
  * refused with ERR_INVALID_PARAMETER.
  *
- * Threads: there is no shared state. One profile is used by one thread at a time.
+ * Profiles move in and out of image files with Zv_LoadICCProfile and Zv_SaveICCProfile.
+ *
+ * Threads: there is no shared state but the file library's, which several threads may use at once; what
+ * they save goes one after the other. One profile is used by one thread at a time.
  */
 #ifndef ZVICC_H
 #define ZVICC_H
@@ -548,6 +551,12 @@ ZVCLR_API int32_t Zv_GenerateICCPointer(ClrIccProfile* profile);
  */
 ZVCLR_API int32_t Zv_GenerateICCFile(const ClrIccProfile* profile, const ZvChar* fileName);
 
+/** Zv_FillICCProfileFromICCFile with a narrow name. ERR_FAILURE when that cannot be converted. */
+ZVCLR_API int32_t Zv_FillICCProfileFromICCFileA(const char* fileName, ClrIccProfile* profile);
+
+/** Zv_GenerateICCFile with a narrow name. ERR_FAILURE when that cannot be converted. */
+ZVCLR_API int32_t Zv_GenerateICCFileA(const ClrIccProfile* profile, const char* fileName);
+
 /** Type signature of the first tag of that signature; 0 if there is none. */
 ZVCLR_API uint32_t Zv_GetICCTagTypeSig(const ClrIccProfile* profile, uint32_t tagSignature);
 
@@ -617,6 +626,84 @@ ZVCLR_API int32_t Zv_DeleteICCTag(ClrIccProfile* profile, uint32_t tagSignature,
  * @param typeSignature the type that the record was filled as.
  */
 ZVCLR_API void Zv_FreeICCTagType(void* record, uint32_t typeSignature);
+
+/* ------------------------------------------------------------------------- */
+/* Profiles in image files                                                    */
+/*                                                                            */
+/* The format is told by the file's content. Of a profile only profileData    */
+/* and profileSize take part, as bytes: a profile of any version will do.     */
+/*                                                                            */
+/*   JPEG                       loaded and saved (replaced)                   */
+/*   TIFF, BigTIFF              loaded and saved (replaced), first directory  */
+/*   EPS                        loaded, all but its last 1 to 80 bytes        */
+/*   Macintosh picture          loaded                                        */
+/*   GIF                        saved (each time one more is added)           */
+/*   any other                  ERR_FORMAT_NO_ICC                             */
+/* ------------------------------------------------------------------------- */
+
+/**
+ * Options of a save for the small host layer that the library comes with. A toolkit that links its own
+ * host layer has records of its own under these names.
+ */
+typedef struct _SAVEFILEOPTION {
+    uint32_t size;                      /**< sizeof(SAVEFILEOPTION) */
+    ZvChar backupName[CLR_NAME_LENGTH]; /**< the file as it was is kept under this name; empty: not kept */
+} SAVEFILEOPTION;
+
+/** The same with narrow characters: UTF-8, on Windows the system's code page. */
+typedef struct _SAVEFILEOPTIONA {
+    uint32_t size; /**< sizeof(SAVEFILEOPTIONA) */
+    char backupName[CLR_NAME_LENGTH];
+} SAVEFILEOPTIONA;
+
+/**
+ * Takes the ICC profile out of an image file, byte for byte, into profileData and profileSize. Give these
+ * to Zv_FillICCProfileStructure (with another record, or with a copy) for header and tags.
+ *
+ * Both fields are cleared first. The block that they held comes back when the file has no profile
+ * (ERR_NO_PROFILE), but for TIFF; otherwise it is forgotten, also by other failures: keep the pointer, and
+ * release it with Zv_FreeICCProfile on a record that holds it, or load into a fresh record. After a failure
+ * the fields may hold a part of a profile.
+ *
+ * The parts of a JPEG's profile are joined as they stand in the file, whatever their numbers say.
+ *
+ * @param loadOptions passed on to the host; the library's own host layer has none: null.
+ * @return 1, ERR_INVALID_PARAMETER (null), ERR_STRUCT_SIZE, ERR_FORMAT_NO_ICC, ERR_NO_PROFILE,
+ *         ERR_FILE_OPEN, ERR_FILE_READ (also for an image that is damaged), ERR_IMAGE_OPEN,
+ *         ERR_PROFILE_TRUNCATED (EPS or picture: the data end early, or are not hexadecimal),
+ *         ERR_PROFILE_UNUSABLE (EPS: nothing follows the begin line, or the file is empty), ERR_FAILURE,
+ *         ERR_NO_MEMORY, ERR_BAD_TAG (TIFF: the tag is no bytes), or ERR_FILE_FAULT.
+ */
+ZVCLR_API int32_t Zv_LoadICCProfile(const ZvChar* fileName, ClrIccProfile* profile, const void* loadOptions);
+
+/**
+ * Zv_LoadICCProfile with a narrow name. ERR_FAILURE when that cannot be converted.
+ */
+ZVCLR_API int32_t Zv_LoadICCProfileA(const char* fileName, ClrIccProfile* profile, const void* loadOptions);
+
+/**
+ * Puts profileData, profileSize bytes, into an image file that exists. Make them with
+ * Zv_GenerateICCPointer, Zv_FillICCProfileFromICCFile or Zv_LoadICCProfile. Pixels are not touched.
+ *
+ * JPEG and TIFF files are written anew beside the old one, which is replaced at the end: after a failure
+ * the old file is whole. A GIF file is written in place, and no failure of that is noticed.
+ *
+ * A JPEG holds no profile whose last part is 65,520 to 65,532 bytes long after parts of 65,519
+ * (ERR_INVALID_PARAMETER), and numbers up to 255 parts. In a TIFF the bytes of the directory and of the
+ * profile before stay behind unused.
+ *
+ * @param saveOptions null, or a SAVEFILEOPTION (ERR_STRUCT_SIZE if its size is another); for JPEG and TIFF.
+ * @return 1, ERR_INVALID_PARAMETER (null; profileData cannot be read), ERR_STRUCT_SIZE, ERR_NO_PROFILE
+ *         (profileData null and profileSize not 0), ERR_FORMAT_NO_ICC, ERR_FILE_OPEN, ERR_FILE_READ (also for
+ *         an image that is damaged), ERR_FILE_WRITE, ERR_NO_MEMORY, or the number 8: no memory for the
+ *         parts of a JPEG.
+ */
+ZVCLR_API int32_t Zv_SaveICCProfile(const ZvChar* fileName, const ClrIccProfile* profile,
+                                    const SAVEFILEOPTION* saveOptions);
+
+/** Zv_SaveICCProfile with narrow names. ERR_FAILURE when these cannot be converted; nothing is saved then. */
+ZVCLR_API int32_t Zv_SaveICCProfileA(const char* fileName, const ClrIccProfile* profile,
+                                     const SAVEFILEOPTIONA* saveOptions);
 
 /* ------------------------------------------------------------------------- */
 /* Elements of LUT tags                                                       */

@@ -1,8 +1,9 @@
-// Conversions into the host's bitmaps, and the same operations for narrow strings.
+// Conversions into the host's bitmaps, and operations for narrow strings.
 #include "Common/names.h"
 #include "Common/zvclr/frame.h"
 #include "Common/zvclr/records.h"
 #include "host/memory.h"
+#include "zvicc.h"
 
 namespace zv {
 
@@ -99,6 +100,14 @@ private:
     ClrParams wide_ = {};
 };
 
+/// Runs a wide operation on the wide form of a file's name.
+template <class Operation>
+int32_t WithWideName(const char* fileName, const Operation& operation) noexcept {
+    if (fileName == nullptr) return ERR_INVALID_PARAMETER;
+    Zv_A2W wide;
+    return wide.Convert(fileName) == CLR_SUCCESS ? operation(wide.Value()) : int32_t{ERR_FAILURE};
+}
+
 }  // namespace
 
 }  // namespace zv
@@ -149,4 +158,26 @@ int32_t Zv_ClrSetConversionParamsA(ClrHandle* converter, const ClrParamsA* param
     WideParams wide(params);
     if (wide.Result() != CLR_SUCCESS) return wide.Result();
     return Zv_ClrSetConversionParams(converter, wide.Value());
+}
+
+int32_t Zv_LoadICCProfileA(const char* fileName, ClrIccProfile* profile, const void* loadOptions) {
+    return WithWideName(fileName, [&](const ZvChar* name) { return Zv_LoadICCProfile(name, profile, loadOptions); });
+}
+
+int32_t Zv_SaveICCProfileA(const char* fileName, const ClrIccProfile* profile, const SAVEFILEOPTIONA* saveOptions) {
+    return WithWideName(fileName, [&](const ZvChar* name) {
+        SAVEFILEOPTION_Conv options(saveOptions);
+        if (options.Begin() != CLR_SUCCESS) return int32_t{ERR_FAILURE};
+        const int32_t result = Zv_SaveICCProfile(name, profile, options.ValueW());
+        options.End();
+        return result;
+    });
+}
+
+int32_t Zv_FillICCProfileFromICCFileA(const char* fileName, ClrIccProfile* profile) {
+    return WithWideName(fileName, [&](const ZvChar* name) { return Zv_FillICCProfileFromICCFile(name, profile); });
+}
+
+int32_t Zv_GenerateICCFileA(const ClrIccProfile* profile, const char* fileName) {
+    return WithWideName(fileName, [&](const ZvChar* name) { return Zv_GenerateICCFile(profile, name); });
 }

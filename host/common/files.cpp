@@ -1,22 +1,50 @@
+#include <algorithm>
+#include <new>
+
+#include "host/common/image_file.h"
 #include "host/host.h"
 
 namespace {
 
-HANDLE HandleOf(HostFile file) noexcept { return reinterpret_cast<HANDLE>(file); }
+constexpr ZvChar kSource[] = ZV_WIDE("host\\files");
+
+/// A file and a place in it. Its window makes reads of single bytes cheap.
+struct Stream {
+    zvhost::ImageFile file;
+    uint64_t position;
+};
+
+Stream* StreamOf(HostFile file) noexcept { return reinterpret_cast<Stream*>(file); }
 
 }  // namespace
 
 HostFile HostFileOpen(const ZvChar* name, int32_t, int32_t) noexcept {
-    return reinterpret_cast<HostFile>(
-        CreateFileW(name, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    void* block = HostAlloc(sizeof(Stream), 1, __LINE__, kSource);
+    if (block == nullptr) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return kNoHostFile;
+    }
+    auto* stream = new (block) Stream{};
+    if (stream->file.Open(name) == CLR_SUCCESS) return reinterpret_cast<HostFile>(stream);
+    const DWORD error = GetLastError();
+    HostFileClose(reinterpret_cast<HostFile>(stream));
+    SetLastError(error);
+    return kNoHostFile;
 }
 
-void HostFileClose(HostFile file) noexcept { CloseHandle(HandleOf(file)); }
+void HostFileClose(HostFile file) noexcept {
+    Stream* stream = StreamOf(file);
+    stream->~Stream();
+    HostFree(stream, __LINE__, kSource);
+}
 
 int32_t HostFileRead(HostFile file, void* buffer, int32_t count) noexcept {
-    DWORD done = 0;
-    if (count <= 0 || !ReadFile(HandleOf(file), buffer, static_cast<DWORD>(count), &done, nullptr)) return 0;
-    return static_cast<int32_t>(done);
+    Stream* stream = StreamOf(file);
+    if (count <= 0 || stream->position >= stream->file.Size()) return 0;
+    const auto piece = std::min(static_cast<uint64_t>(count), stream->file.Size() - stream->position);
+    if (!stream->file.ReadAt(stream->position, buffer, piece)) return 0;
+    stream->position += piece;
+    return static_cast<int32_t>(piece);
 }
 
 int32_t HostFileReadMore(HostFile file, void* buffer, int32_t count) noexcept {
@@ -24,11 +52,12 @@ int32_t HostFileReadMore(HostFile file, void* buffer, int32_t count) noexcept {
 }
 
 int64_t HostFileSeek(HostFile file, int64_t offset, int32_t origin) noexcept {
-    LONG high = static_cast<LONG>(offset >> 32);
-    const auto low = static_cast<LONG>(static_cast<uint32_t>(static_cast<uint64_t>(offset)));
-    const DWORD position = SetFilePointer(HandleOf(file), low, &high, origin == 0 ? FILE_BEGIN : FILE_CURRENT);
-    if (position == INVALID_SET_FILE_POINTER && GetLastError() != 0) return -1;
-    return (static_cast<int64_t>(high) << 32) | static_cast<int64_t>(position);
+    Stream* stream = StreamOf(file);
+    int64_t position = 0;
+    const int64_t from = origin == 0 ? 0 : static_cast<int64_t>(stream->position);
+    if (__builtin_add_overflow(from, offset, &position) || position < 0) return -1;
+    stream->position = static_cast<uint64_t>(position);
+    return position;
 }
 
 HANDLE HostCreateFile(const ZvChar* name, DWORD access, DWORD share, void* security, DWORD disposition, DWORD flags,

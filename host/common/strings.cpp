@@ -39,3 +39,15 @@ int32_t Zv_W2A::Convert(const ZvChar* source, char* destination, size_t count) n
     destination[0] = 0;
     return ERR_FAILURE;
 }
+
+int32_t SAVEFILEOPTION_Conv::Begin() noexcept {
+    value_ = nullptr;
+    if (options_ == nullptr) return CLR_SUCCESS;
+    if (IsBadReadPtr(options_, sizeof *options_)) return ERR_BAD_POINTER;
+    if (options_->size != sizeof *options_) return ERR_STRUCT_SIZE;
+    if (std::memchr(options_->backupName, 0, sizeof options_->backupName) == nullptr) return ERR_INVALID_PARAMETER;
+    wide_.size = sizeof wide_;
+    const int32_t result = Zv_A2W::Convert(options_->backupName, wide_.backupName, CLR_NAME_LENGTH);
+    if (result == CLR_SUCCESS) value_ = &wide_;
+    return result;
+}

@@ -4,7 +4,10 @@
 #include <unistd.h>
 
 #include <climits>
+#include <cstdio>
+#include <cstdlib>
 
+#include "host/ansi.h"
 #include "host/common/utf.h"
 #include "host/platform.h"
 
@@ -48,6 +51,23 @@ bool PathOf(LPCWSTR name, char (&path)[PATH_MAX]) noexcept {
     if (name != nullptr && ZvUtf8FromUtf16(name, path, sizeof path)) return true;
     SetLastError(ERROR_PATH_NOT_FOUND);
     return false;
+}
+
+/// Gives a file a second name, in place of another file of that name, and is never without either on the way.
+/// `unique` is the beginning of a name that nobody else uses.
+bool KeepAs(const char* path, const struct stat& status, LPCWSTR backup, const char* unique) noexcept {
+    char backupPath[PATH_MAX];
+    char linkPath[PATH_MAX];
+    if (!PathOf(backup, backupPath)) return false;
+    struct stat there;
+    const bool isThere = stat(backupPath, &there) == 0;
+    if (isThere && there.st_dev == status.st_dev && there.st_ino == status.st_ino) return Fail(EEXIST);
+    if (std::snprintf(linkPath, sizeof linkPath, "%s~", unique) >= PATH_MAX) return Fail(ENAMETOOLONG);
+    if (link(path, linkPath) != 0) return Fail(errno);
+    if (rename(linkPath, backupPath) == 0) return true;
+    const int error = errno;
+    unlink(linkPath);
+    return Fail(error);
 }
 
 }  // namespace
@@ -155,6 +175,54 @@ DWORD SetFilePointer(HANDLE handle, LONG low, LONG* high, DWORD origin) noexcept
     }
     SetLastError(0);
     return static_cast<DWORD>(position & 0xFFFFFFFFLL);
+}
+
+BOOL FlushFileBuffers(HANDLE handle) noexcept { return fsync(DescriptorOf(handle)) == 0 ? TRUE : Fail(errno); }
+
+BOOL DeleteFileW(LPCWSTR name) noexcept {
+    char path[PATH_MAX];
+    if (!PathOf(name, path)) return FALSE;
+    return unlink(path) == 0 ? TRUE : Fail(errno);
+}
+
+BOOL ReplaceFileW(LPCWSTR replaced, LPCWSTR replacement, LPCWSTR backup, DWORD, void*, void*) noexcept {
+    char oldPath[PATH_MAX];
+    char newPath[PATH_MAX];
+    struct stat status;
+    if (!PathOf(replaced, oldPath) || !PathOf(replacement, newPath)) return FALSE;
+    if (stat(oldPath, &status) != 0) return Fail(errno);
+    // A folder's rights alone would do for what follows.
+    if (access(oldPath, W_OK) != 0) return Fail(errno);
+    // The owner first, since a change of owner takes rights away. Only the super-user can give files away.
+    const bool keepsOwner = chown(newPath, status.st_uid, status.st_gid) == 0;
+    const mode_t lent = keepsOwner ? mode_t{0} : mode_t{S_ISUID | S_ISGID};
+    if (chmod(newPath, status.st_mode & mode_t{07777} & ~lent) != 0) return Fail(errno);
+    if (backup != nullptr && !KeepAs(oldPath, status, backup, newPath)) return FALSE;
+    return rename(newPath, oldPath) == 0 ? TRUE : Fail(errno);
+}
+
+DWORD GetFileType(HANDLE handle) noexcept {
+    struct stat status;
+    if (fstat(DescriptorOf(handle), &status) != 0) return FILE_TYPE_UNKNOWN;
+    if (S_ISREG(status.st_mode) || S_ISBLK(status.st_mode)) return FILE_TYPE_DISK;
+    return S_ISCHR(status.st_mode) ? FILE_TYPE_CHAR : FILE_TYPE_PIPE;
+}
+
+std::FILE* ZvOpenStream(const ZvChar* name, const char* mode) noexcept {
+    char path[PATH_MAX];
+    return PathOf(name, path) ? std::fopen(path, mode) : nullptr;
+}
+
+bool ZvFinalName(const ZvChar* name, ZvChar* buffer, size_t count, size_t* folderLength) noexcept {
+    char path[PATH_MAX];
+    char final[PATH_MAX];
+    if (!PathOf(name, path) || realpath(path, final) == nullptr) return false;
+    if (!ZvWideFromAnsi(final, buffer, count)) return false;
+    *folderLength = 0;
+    for (size_t i = 0; buffer[i] != 0; ++i) {
+        if (buffer[i] == '/') *folderLength = i + 1;
+    }
+    return true;
 }
 
 // Names are taken literally: '*' and '?' are ordinary characters of a POSIX name.

@@ -60,6 +60,7 @@ inline constexpr DWORD ERROR_COLORSPACE_MISMATCH = 2021;
 BOOL IsBadReadPtr(const void* address, size_t size) noexcept;
 BOOL IsBadWritePtr(void* address, size_t size) noexcept;
 
+DWORD GetCurrentThreadId() noexcept;
 DWORD GetLastError() noexcept;
 void SetLastError(DWORD error) noexcept;
 
@@ -82,6 +83,17 @@ BOOL CloseHandle(HANDLE handle) noexcept;
 BOOL ReadFile(HANDLE handle, void* buffer, DWORD count, DWORD* done, OVERLAPPED* overlapped) noexcept;
 BOOL WriteFile(HANDLE handle, const void* buffer, DWORD count, DWORD* done, OVERLAPPED* overlapped) noexcept;
 DWORD SetFilePointer(HANDLE handle, LONG low, LONG* high, DWORD origin) noexcept;
+BOOL FlushFileBuffers(HANDLE handle) noexcept;
+BOOL DeleteFileW(LPCWSTR name) noexcept;
+/// In one step: whoever opens `replaced` finds the old file or the new one. The new one gets the old one's rights; the
+/// old one stays under `backup` unless that is null. Both must lie in one file system.
+BOOL ReplaceFileW(LPCWSTR replaced, LPCWSTR replacement, LPCWSTR backup, DWORD flags, void* exclude,
+                  void* reserved) noexcept;
+inline constexpr DWORD FILE_TYPE_UNKNOWN = 0;
+inline constexpr DWORD FILE_TYPE_DISK = 1;
+inline constexpr DWORD FILE_TYPE_CHAR = 2;
+inline constexpr DWORD FILE_TYPE_PIPE = 3;
+DWORD GetFileType(HANDLE handle) noexcept;
 HANDLE FindFirstFileW(LPCWSTR name, WIN32_FIND_DATAW* data) noexcept;
 BOOL FindClose(HANDLE search) noexcept;
 

@@ -1,4 +1,6 @@
 #include <pthread.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <new>
 
@@ -14,6 +16,8 @@ pthread_mutex_t* Mutex(CRITICAL_SECTION* section) noexcept {
 }
 
 }  // namespace
+
+DWORD GetCurrentThreadId() noexcept { return static_cast<DWORD>(syscall(SYS_gettid)); }
 
 DWORD GetLastError() noexcept { return lastError; }
 

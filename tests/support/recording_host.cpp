@@ -11,6 +11,7 @@
 #include "host/ansi.h"
 #include "host/entry.h"
 #include "tests/support/recording_colours.h"
+#include "tests/support/recording_images.h"
 
 namespace zv::test {
 
@@ -282,21 +283,34 @@ const uint8_t* HostFind(const void* buffer, uint8_t value, size_t count) noexcep
 
 HostFile HostFileOpen(const ZvChar* name, int32_t, int32_t) noexcept {
     if (FileAccessFails("HostFileOpen", 0)) return kNoHostFile;
+    HostFile scripted = kNoHostFile;
+    if (ScriptOpens(name, &scripted)) return scripted;
     return reinterpret_cast<HostFile>(
         CreateFileW(name, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
 }
-void HostFileClose(HostFile file) noexcept { CloseHandle(HandleOf(file)); }
+void HostFileClose(HostFile file) noexcept {
+    if (ScriptOwns(file)) {
+        ScriptClose();
+    } else {
+        CloseHandle(HandleOf(file));
+    }
+}
 int32_t HostFileRead(HostFile file, void* buffer, int32_t count) noexcept {
     DWORD done = 0;
     if (FileAccessFails("HostFileRead", static_cast<size_t>(count))) return 0;
+    if (ScriptOwns(file)) return ScriptRead("HostFileRead", buffer, count);
     if (!ReadFile(HandleOf(file), buffer, static_cast<DWORD>(count), &done, nullptr)) return 0;
     return static_cast<int32_t>(done);
 }
 int32_t HostFileReadMore(HostFile file, void* buffer, int32_t count) noexcept {
-    return HostFileRead(file, buffer, count);
+    if (!ScriptOwns(file)) return HostFileRead(file, buffer, count);
+    return FileAccessFails("HostFileReadMore", static_cast<size_t>(count))
+               ? 0
+               : ScriptRead("HostFileReadMore", buffer, count);
 }
 int64_t HostFileSeek(HostFile file, int64_t offset, int32_t origin) noexcept {
     if (FileAccessFails("HostFileSeek", 0)) return -1;
+    if (ScriptOwns(file)) return ScriptSeek(offset, origin);
     auto high = static_cast<LONG>(offset >> 32);
     const auto low = static_cast<LONG>(static_cast<uint32_t>(static_cast<uint64_t>(offset)));
     const DWORD position = SetFilePointer(HandleOf(file), low, &high, origin == 0 ? FILE_BEGIN : FILE_CURRENT);
@@ -385,6 +399,15 @@ int32_t Zv_W2A::Convert(const ZvChar* source, char* destination, size_t count) n
     if (ZvAnsiFromWide(source, destination, count)) return CLR_SUCCESS;
     destination[0] = 0;
     return ERR_FAILURE;
+}
+
+int32_t SAVEFILEOPTION_Conv::Begin() noexcept {
+    value_ = nullptr;
+    if (options_ == nullptr) return CLR_SUCCESS;
+    wide_.size = sizeof wide_;
+    const int32_t result = Zv_A2W::Convert(options_->backupName, wide_.backupName, CLR_NAME_LENGTH);
+    if (result == CLR_SUCCESS) value_ = &wide_;
+    return result;
 }
 
 void ZvEntryPresent() noexcept {}

@@ -69,6 +69,26 @@ HostFile HostFileOpen(const ZvChar*, int32_t, int32_t) noexcept { return kNoHost
 void HostFileClose(HostFile) noexcept {}
 int32_t HostFileRead(HostFile, void*, int32_t) noexcept { return 0; }
 int64_t HostFileSeek(HostFile, int64_t, int32_t) noexcept { return -1; }
+int32_t HostFileReadMore(HostFile, void*, int32_t) noexcept { return 0; }
+int32_t HostCompare(const void* first, const void* second, size_t count) noexcept {
+    return std::memcmp(first, second, count);
+}
+int32_t HostFileInfo(const ZvChar*, HostImageInfo*, uint32_t, uint32_t, const void*) noexcept { return ERR_FAILURE; }
+int32_t HostLoadMarkers(const ZvChar*, HostMarkers*, uint32_t) noexcept { return ERR_FAILURE; }
+int32_t HostEnumMarkers(HostMarkers, uint32_t, HostMarkerCallback, void*) noexcept { return ERR_FAILURE; }
+int32_t HostFreeMarkers(HostMarkers) noexcept { return ERR_FAILURE; }
+int32_t HostCreateMarkers(HostMarkers*) noexcept { return ERR_FAILURE; }
+int32_t HostInsertMarker(HostMarkers, int32_t, uint32_t, uint32_t, const uint8_t*) noexcept { return ERR_FAILURE; }
+int32_t HostSetSaveMarkers(HostMarkers, uint32_t) noexcept { return ERR_FAILURE; }
+int32_t HostRewriteFile(const ZvChar*, uint32_t, const SAVEFILEOPTION*) noexcept { return ERR_FAILURE; }
+int32_t HostReadFileTag(const ZvChar*, uint32_t, uint16_t*, uint64_t*, uint8_t*, const void*) noexcept {
+    return ERR_FAILURE;
+}
+int32_t HostSetFileTag(uint32_t, uint16_t, uint64_t, const uint8_t*) noexcept { return ERR_FAILURE; }
+int32_t HostRewriteFileTags(const ZvChar*, const SAVEFILEOPTION*) noexcept { return ERR_FAILURE; }
+int32_t SAVEFILEOPTION_Conv::Begin() noexcept { return ERR_FAILURE; }
+Zv_A2W::~Zv_A2W() = default;
+int32_t Zv_A2W::Convert(const char*) noexcept { return ERR_FAILURE; }
 
 namespace {
 
