@@ -16,26 +16,28 @@
       "The image is too large for one call or memory is short; convert fewer rows at a time.")                         \
     X(ERR_FILE_WRITE,                                                                                                  \
       "Writing a file failed.",                                                                                        \
-      "The disk is full, the file lies on a medium that cannot be written, or no profile image has been generated; "   \
-      "make room, choose another place or generate the image first.")                                                  \
+      "The disk is full, the file or its folder cannot be written, a backup has a name that cannot be used, or no "    \
+      "profile image has been generated; make room, choose another place or name or generate the image first.")        \
     X(ERR_FILE_READ,                                                                                                   \
       "Reading a file failed.",                                                                                        \
       "The file is damaged or shorter than its contents say, or an emulation table is not a baseline TIFF; check the " \
       "file.")                                                                                                         \
     X(ERR_FILE_NOT_FOUND,                                                                                              \
       "A named file does not exist.",                                                                                  \
-      "The name of a profile or an emulation table is misspelt, or longer than 259 characters; correct or shorten it.") \
+      "The name of a profile or an emulation table is misspelt, or longer than 259 characters; correct or shorten it.")\
     X(ERR_IMAGE_OPEN,                                                                                                  \
       "The image file could not be opened for scanning.",                                                              \
-      "The file is missing, locked or not readable for this user; check its name and its rights.")                     \
+      "The file went, was locked or lost its rights just after its format was looked at, or memory or the process's "  \
+      "room for open files is short; try again.")                                                                      \
     X(ERR_INVALID_PARAMETER,                                                                                           \
       "An argument or a field of a record cannot be used.",                                                            \
       "A pointer is null, a size is below 1, a padding is negative, a buffer is smaller than the image and its "       \
-      "padding, or a field of an ICC tag is out of range or counts past the tag's end; check the arguments against "   \
-      "the header.")                                                                                                   \
+      "padding, a field of an ICC tag is out of range or counts past the tag's end, or a profile has one of the "      \
+      "sizes that a JPEG file cannot hold; check the arguments against the header.")                                   \
     X(ERR_FILE_OPEN,                                                                                                   \
       "A file could not be opened.",                                                                                   \
-      "The file is missing, locked or protected, or its folder does not exist; check its name and its rights.")        \
+      "The file is missing, locked or protected, or no plain file, or its folder does not exist; check its name and "  \
+      "its rights.")                                                                                                   \
     X(ERR_BAD_TAG,                                                                                                     \
       "A tag is missing or a selector is out of range, or an HLS pixel without saturation has a hue.",                 \
       "The profile lacks the tag that was asked for, or the tag lies outside the profile or lacks a part; or the HLS " \
@@ -46,7 +48,8 @@
       "passed.")                                                                                                       \
     X(ERR_FILE_FAULT,                                                                                                  \
       "A memory fault was caught while an image file was scanned.",                                                    \
-      "The image file is damaged; open it with another program and save it anew.")                                     \
+      "The file was cut short while it was read, or lies on a medium or in a network that failed; check these, and "   \
+      "copy the file before the next try.")                                                                            \
     X(ERR_INVALID_HANDLE,                                                                                              \
       "The pointer is not a live converter.",                                                                          \
       "The converter has been released already or was never created; create it again.")                                \
@@ -89,13 +92,16 @@
       "YVU9 holds one chroma value for 4 x 4 pixels; crop or pad the image.")                                          \
     X(ERR_NO_PROFILE,                                                                                                  \
       "No ICC profile is there.",                                                                                      \
-      "The image file carries no profile; name one or convert without ICC profiles.")                                  \
+      "The image file carries no profile, an EPS file one of less than 81 bytes, or profileData was null when it was " \
+      "to be saved; name a profile, put one into the file, or convert without ICC profiles.")                          \
     X(ERR_PROFILE_TRUNCATED,                                                                                           \
       "The data ended inside a profile.",                                                                              \
-      "The file was cut short or a chunk of the profile is missing; fetch the file again.")                            \
+      "The image file was cut short, or the profile in an EPS file has lines that end with a bare line feed, blanks "  \
+      "between its digits or no end line; fetch the file again, or have it written anew.")                             \
     X(ERR_PROFILE_UNUSABLE,                                                                                            \
       "A profile or its transform cannot be used.",                                                                    \
-      "The profile lacks what the conversion needs, or the platform refuses it; choose another profile.")              \
+      "The profile lacks what the conversion needs, or the platform refuses it, or an EPS file ends where its "        \
+      "profile begins; choose another profile or file.")                                                               \
     X(ERR_COLORSPACE_MISMATCH,                                                                                         \
       "The platform's colour management found colour spaces that do not match.",                                       \
       "The profiles belong to other spaces than the pixels; check which profile is for input and which for output.")   \
@@ -113,8 +119,9 @@
       "It is no ICC profile, is damaged or of a version before 4, or its tags do not add up to the size in its "       \
       "header, as after the deletion of the last one; choose another one or put the size right.")                      \
     X(ERR_FORMAT_NO_ICC,                                                                                               \
-      "The image file format cannot hold an ICC profile.",                                                             \
-      "Profiles travel in JPEG, TIFF, EPS and GIF files among others; save the image in such a format.")
+      "ICC profiles are not loaded from files of this format, or not saved into them.",                                \
+      "Profiles are loaded from JPEG, TIFF and EPS files and Macintosh pictures, and saved into JPEG, TIFF and GIF "   \
+      "files, whatever the file's name; convert the image to such a format.")
 // clang-format on
 
 #endif  // ZVCLR_COMPANION_RESULT_LIST_H

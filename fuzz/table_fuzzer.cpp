@@ -1,8 +1,4 @@
 // Bytes as a file of an emulation table: read, compared with a second plain reading, and run by all three kernels.
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -12,6 +8,7 @@
 #include <vector>
 
 #include "Common/kernels/kernels.h"
+#include "fuzz/memory_file.h"
 #include "host/host.h"
 
 namespace {
@@ -25,24 +22,6 @@ constexpr int32_t kPixels = 64;
 void Require(bool condition) {
     if (!condition) std::abort();
 }
-
-/// A file without a place in a folder; its name opens it anew.
-class MemoryFile {
-public:
-    MemoryFile() : descriptor_(memfd_create("table", 0)) {
-        Require(descriptor_ >= 0);
-        for (const char c : "/proc/self/fd/" + std::to_string(descriptor_)) name_.push_back(ZvChar(c));
-    }
-    void Hold(const uint8_t* bytes, size_t size) const {
-        Require(ftruncate(descriptor_, 0) == 0);
-        Require(pwrite(descriptor_, bytes, size, 0) == static_cast<ssize_t>(size));
-    }
-    const ZvChar* Name() const { return name_.c_str(); }
-
-private:
-    int descriptor_;
-    std::basic_string<ZvChar> name_;
-};
 
 std::optional<uint32_t> Little(const Bytes& bytes, uint64_t at, size_t count) {
     if (at + count > bytes.size()) return std::nullopt;
@@ -94,7 +73,7 @@ void RunKernels(const EmulationTable* table, const Bytes& file) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static const MemoryFile file;
+    static const zvfuzz::MemoryFile file;
     file.Hold(data, size);
     const Bytes bytes(data, data + size);
 

@@ -1,6 +1,5 @@
-// What a host toolkit gives the library: memory, byte operations, files, bitmaps, image files, strings. The small
-// layer in
-// host/common implements it; another toolkit links its own instead.
+// What a host toolkit gives the library: memory, byte operations, files, bitmaps, image files, strings. The small layer
+// in host/common implements it; another toolkit links its own instead.
 #pragma once
 
 #include <cstddef>
@@ -45,6 +44,8 @@ const uint8_t* HostFind(const void* buffer, uint8_t value, size_t count) noexcep
 using HostFile = intptr_t;
 inline constexpr HostFile kNoHostFile = -1;
 inline constexpr int32_t kHostFileRead = 256;
+inline constexpr int32_t kHostSeekStart = 0;
+inline constexpr int32_t kHostSeekHere = 1;
 
 /// Opens an existing file for reading; the library passes 0 and kHostFileRead.
 HostFile HostFileOpen(const ZvChar* name, int32_t reserved, int32_t mode) noexcept;
@@ -53,7 +54,7 @@ void HostFileClose(HostFile file) noexcept;
 int32_t HostFileRead(HostFile file, void* buffer, int32_t count) noexcept;
 /// The refill of a scanning buffer; same contract.
 int32_t HostFileReadMore(HostFile file, void* buffer, int32_t count) noexcept;
-/// Origin 0 start, 1 current; the new position, or -1.
+/// The new position, or -1.
 int64_t HostFileSeek(HostFile file, int64_t offset, int32_t origin) noexcept;
 
 /// The platform's file creation; the handle goes to ReadFile, WriteFile and SetFilePointer.
@@ -149,8 +150,11 @@ int32_t HostInsertMarker(HostMarkers markers, int32_t place, uint32_t id, uint32
                          const uint8_t* data) noexcept;
 /// The markers of the next HostRewriteFile, until null is set.
 int32_t HostSetSaveMarkers(HostMarkers markers, uint32_t reserved) noexcept;
-/// Rewrites a JPEG file with the current markers (flags: 4), in place of those of the same kind.
+inline constexpr uint32_t kHostRewriteMarkers = 4;
+/// Rewrites a JPEG file with the current markers (flags: kHostRewriteMarkers), in place of those of the same kind.
 int32_t HostRewriteFile(const ZvChar* name, uint32_t flags, const SAVEFILEOPTION* options) noexcept;
+
+inline constexpr uint16_t kHostTagUndefined = 7;  ///< the type of tags whose bytes have a meaning of their own
 
 /// Type and size in bytes of a tag, with a buffer its bytes too: then *count says what the buffer holds. Above 0 on
 /// success.

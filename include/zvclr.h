@@ -172,7 +172,7 @@ enum ClrResult {
     ERR_UNKNOWN_TAG_TYPE = -1151,      /**< warning: the tag's type is unknown; the tag is read or added */
     ERR_UNKNOWN_TAG_AND_TYPE = -1152,  /**< warning: neither is known; the tag is read or added */
     ERR_BAD_PROFILE = -1153,           /**< a profile fails a basic check */
-    ERR_FORMAT_NO_ICC = -1154          /**< the image file format cannot hold an ICC profile */
+    ERR_FORMAT_NO_ICC = -1154          /**< profiles are not loaded from, or not saved into, files of this format */
 };
 
 /* ------------------------------------------------------------------------- */

@@ -19,7 +19,7 @@
  * Profiles move in and out of image files with Zv_LoadICCProfile and Zv_SaveICCProfile.
  *
  * Threads: there is no shared state but the file library's, which several threads may use at once; what
- * they save goes one after the other. One profile is used by one thread at a time.
+ * they save into JPEG and TIFF files goes one after the other. One profile is used by one thread at a time.
  */
 #ifndef ZVICC_H
 #define ZVICC_H
@@ -646,8 +646,9 @@ ZVCLR_API void Zv_FreeICCTagType(void* record, uint32_t typeSignature);
  * host layer has records of its own under these names.
  */
 typedef struct _SAVEFILEOPTION {
-    uint32_t size;                      /**< sizeof(SAVEFILEOPTION) */
-    ZvChar backupName[CLR_NAME_LENGTH]; /**< the file as it was is kept under this name; empty: not kept */
+    uint32_t size; /**< sizeof(SAVEFILEOPTION) */
+    /** The file as it was is kept under this name, in the same file system; empty: not kept. */
+    ZvChar backupName[CLR_NAME_LENGTH];
 } SAVEFILEOPTION;
 
 /** The same with narrow characters: UTF-8, on Windows the system's code page. */
@@ -666,6 +667,9 @@ typedef struct _SAVEFILEOPTIONA {
  * the fields may hold a part of a profile.
  *
  * The parts of a JPEG's profile are joined as they stand in the file, whatever their numbers say.
+ *
+ * While it runs, faults of this thread are the library's to catch: on Linux by handlers of SIGSEGV, SIGBUS,
+ * SIGFPE and SIGILL, which pass on what is another thread's and give way to the earlier ones at the end.
  *
  * @param loadOptions passed on to the host; the library's own host layer has none: null.
  * @return 1, ERR_INVALID_PARAMETER (null), ERR_STRUCT_SIZE, ERR_FORMAT_NO_ICC, ERR_NO_PROFILE,
@@ -686,17 +690,20 @@ ZVCLR_API int32_t Zv_LoadICCProfileA(const char* fileName, ClrIccProfile* profil
  * Zv_GenerateICCPointer, Zv_FillICCProfileFromICCFile or Zv_LoadICCProfile. Pixels are not touched.
  *
  * JPEG and TIFF files are written anew beside the old one, which is replaced at the end: after a failure
- * the old file is whole. A GIF file is written in place, and no failure of that is noticed.
+ * the old file is whole. Owner and rights stay, other names of the file (hard links) keep the old one. A
+ * GIF file is written in place, and no failure of that is noticed.
  *
- * A JPEG holds no profile whose last part is 65,520 to 65,532 bytes long after parts of 65,519
- * (ERR_INVALID_PARAMETER), and numbers up to 255 parts. In a TIFF the bytes of the directory and of the
- * profile before stay behind unused.
+ * A JPEG takes a profile in parts of 65,519 bytes, and no profile of which 65,520 to 65,532 bytes are left
+ * for the last part (ERR_INVALID_PARAMETER). Above 255 parts the numbers in them begin again. Without bytes
+ * (profileSize 0) a JPEG stays as it is, a TIFF is refused (ERR_INVALID_PARAMETER), and a GIF gets an
+ * extension without data. In a TIFF the bytes of the directory and of the profile before stay behind unused.
  *
  * @param saveOptions null, or a SAVEFILEOPTION (ERR_STRUCT_SIZE if its size is another); for JPEG and TIFF.
- * @return 1, ERR_INVALID_PARAMETER (null; profileData cannot be read), ERR_STRUCT_SIZE, ERR_NO_PROFILE
- *         (profileData null and profileSize not 0), ERR_FORMAT_NO_ICC, ERR_FILE_OPEN, ERR_FILE_READ (also for
- *         an image that is damaged), ERR_FILE_WRITE, ERR_NO_MEMORY, or the number 8: no memory for the
- *         parts of a JPEG.
+ * @return 1, ERR_INVALID_PARAMETER (null; profileData cannot be read; the sizes above, and 0 for TIFF; a
+ *         backup name without an end), ERR_STRUCT_SIZE, ERR_NO_PROFILE (profileData null and profileSize not
+ *         0), ERR_FORMAT_NO_ICC, ERR_FILE_OPEN, ERR_FILE_READ (also for an image that is damaged),
+ *         ERR_FILE_WRITE, ERR_BAD_POINTER (options that cannot be read), ERR_NO_MEMORY, or the number 8: no
+ *         memory for the parts of a JPEG.
  */
 ZVCLR_API int32_t Zv_SaveICCProfile(const ZvChar* fileName, const ClrIccProfile* profile,
                                     const SAVEFILEOPTION* saveOptions);

@@ -1,4 +1,5 @@
 #include "Common/IccLoad/load.h"
+#include "host/byte_order.h"
 
 namespace zv {
 
@@ -9,8 +10,6 @@ constexpr int32_t kHeadSize = 6;
 constexpr int32_t kTypeSize = 4;  // counted in by the length
 constexpr uint32_t kLastDataType = 1;
 constexpr uint32_t kEndType = 2;
-constexpr int32_t kSeekStart = 0;
-constexpr int32_t kSeekHere = 1;
 
 /// A chunk may be longer than the buffer, which grows to the longest then. False without memory.
 bool GrowBuffer(IccScan* scan, int32_t size, int32_t* capacity) noexcept {
@@ -28,15 +27,16 @@ int32_t ReadChunks(IccScan* scan) noexcept {
         uint8_t byte = 0;
         if (HostFileRead(scan->file, &byte, 1) < 1) return ERR_PROFILE_TRUNCATED;
         if (byte != kChunkCode) continue;
-        const int64_t behindCode = HostFileSeek(scan->file, 0, kSeekHere);
+        const int64_t behindCode = HostFileSeek(scan->file, 0, kHostSeekHere);
         uint8_t head[kHeadSize];
         if (HostFileRead(scan->file, head, kHeadSize) < kHeadSize) continue;
-        const int32_t length = head[0] << 8 | head[1];
-        const uint32_t type =
-            uint32_t{head[2]} << 24 | uint32_t{head[3]} << 16 | uint32_t{head[4]} << 8 | uint32_t{head[5]};
+        constexpr auto kOrder = zvhost::ByteOrder::Big();
+        const int32_t length = kOrder.U16(head);
+        const uint32_t type = kOrder.U32(head + 2);
         if (type == kEndType) return CLR_SUCCESS;
         if (type > kLastDataType) {
-            if (behindCode < 0 || HostFileSeek(scan->file, behindCode, kSeekStart) < 0) return ERR_PROFILE_TRUNCATED;
+            if (behindCode < 0 || HostFileSeek(scan->file, behindCode, kHostSeekStart) < 0)
+                return ERR_PROFILE_TRUNCATED;
             continue;
         }
         const int32_t size = length - kTypeSize;

@@ -10,7 +10,6 @@ constexpr char kBeginLine[] = "%%BeginICCProfile:";
 constexpr int32_t kBeginSize = sizeof kBeginLine - 1;
 constexpr char kEndLine[] = "%%EndICCProfile";
 constexpr int32_t kEndSize = sizeof kEndLine - 1;
-constexpr int32_t kSeekHere = 1;
 
 /// The file by way of a small buffer: what stands from `at` on is in hand.
 class Window {
@@ -142,7 +141,7 @@ int64_t IccFindEpsBegin(HostFile file, uint8_t* buffer) noexcept {
     Window window(file, buffer);
     if (!window.Fresh()) return kIccEpsEmpty;
     for (;;) {
-        // A line needs one byte behind it, but for one that was found while there was more.
+        // Wherever a "%" stands, only the end of the file ends the search: 18 last bytes are not looked at any more.
         if (!window.Have(kBeginSize + 1)) return kIccEpsNotFound;
         const uint8_t* found = HostFind(window.Here(), '%', static_cast<size_t>(window.InHand()));
         if (found == nullptr) {
@@ -152,7 +151,7 @@ int64_t IccFindEpsBegin(HostFile file, uint8_t* buffer) noexcept {
         window.Step(static_cast<int32_t>(found - window.Here()));
         if (!window.Have(kBeginSize)) return kIccEpsNotFound;
         if (window.StartsWith(kBeginLine, kBeginSize)) {
-            return HostFileSeek(file, int64_t{kBeginSize} - window.InHand(), kSeekHere);
+            return HostFileSeek(file, int64_t{kBeginSize} - window.InHand(), kHostSeekHere);
         }
         window.Step(1);
     }

@@ -15,6 +15,8 @@ int32_t IccReadFileTag(const ZvChar* fileName, ClrIccProfile* profile, const voi
         static_cast<uint8_t*>(HostAllocShared(static_cast<int64_t>(count), 1, __LINE__, kIccLoadSource));
     if (profile->profileData == nullptr) return ERR_FAILURE;
     result = HostReadFileTag(fileName, kIccFileTag, &type, &count, profile->profileData, loadOptions);
+    // Another process may have put a shorter one there meanwhile.
+    profile->profileSize = std::min(profile->profileSize, count);
     return std::min(result, int32_t{CLR_SUCCESS});
 }
 

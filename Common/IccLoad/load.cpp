@@ -93,7 +93,9 @@ int32_t Zv_LoadICCProfile(const ZvChar* fileName, ClrIccProfile* profile, const 
     RunGuarded(&load);
     HostFileClose(load.scan.file);
 
-    if (load.result != CLR_SUCCESS || profile->profileData != nullptr) return load.result;
+    // An EPS that has no such lines ends without a block too, as a JPEG without such markers does.
+    const bool hasNone = load.result == CLR_SUCCESS || (load.route == IccRoute::kEps && load.result == ERR_NO_PROFILE);
+    if (!hasNone || profile->profileData != nullptr) return load.result;
     profile->profileData = oldData;
     profile->profileSize = oldSize;
     return ERR_NO_PROFILE;

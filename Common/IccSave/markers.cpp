@@ -34,10 +34,9 @@ int32_t InsertParts(HostMarkers set, const ClrIccProfile* profile, uint64_t coun
 }
 
 int32_t Rewrite(const ZvChar* fileName, HostMarkers set, const SAVEFILEOPTION* saveOptions) noexcept {
-    constexpr int32_t kRewriteMarkers = 4;
     int32_t result = HostSetSaveMarkers(nullptr, 0);
     if (result == CLR_SUCCESS) result = HostSetSaveMarkers(set, 0);
-    if (result == CLR_SUCCESS) result = HostRewriteFile(fileName, kRewriteMarkers, saveOptions);
+    if (result == CLR_SUCCESS) result = HostRewriteFile(fileName, kHostRewriteMarkers, saveOptions);
     if (result == CLR_SUCCESS) result = HostSetSaveMarkers(nullptr, 0);
     return result;
 }

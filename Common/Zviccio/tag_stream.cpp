@@ -4,14 +4,8 @@
 
 namespace zv {
 
-namespace {
-
-constexpr int32_t kFromStart = 0, kFromHere = 1;
-
-}  // namespace
-
 bool TagStream::Seek(uint64_t offset) noexcept {
-    if (FromFile()) return HostFileSeek(profile_.file, static_cast<int64_t>(offset), kFromStart) >= 0;
+    if (FromFile()) return HostFileSeek(profile_.file, static_cast<int64_t>(offset), kHostSeekStart) >= 0;
     if (profile_.block == nullptr) return false;
     profile_.cursor = profile_.block + std::min<uint64_t>(offset, profile_.blockSize);
     return true;
@@ -40,10 +34,10 @@ bool TagStream::Holds(uint64_t count) noexcept {
     if (!FromFile()) return profile_.block != nullptr && count <= LeftInBlock();
     // The last of the bytes is there if it can be read.
     if (count > INT32_MAX) return false;
-    const int64_t here = HostFileSeek(profile_.file, 0, kFromHere);
+    const int64_t here = HostFileSeek(profile_.file, 0, kHostSeekHere);
     uint8_t last = 0;
-    return here >= 0 && HostFileSeek(profile_.file, here + static_cast<int64_t>(count) - 1, kFromStart) >= 0 &&
-           Read(&last, 1) && HostFileSeek(profile_.file, here, kFromStart) >= 0;
+    return here >= 0 && HostFileSeek(profile_.file, here + static_cast<int64_t>(count) - 1, kHostSeekStart) >= 0 &&
+           Read(&last, 1) && HostFileSeek(profile_.file, here, kHostSeekStart) >= 0;
 }
 
 }  // namespace zv

@@ -1,4 +1,4 @@
-// Tables of documents.
+// Tables and pieces of code of documents.
 #pragma once
 
 #include <fstream>
@@ -20,9 +20,16 @@ inline Cells cellsOf(const std::string& line) {
     return cells;
 }
 
-/// The rows of the table whose first line is this, that line not among them.
-inline std::vector<Cells> tableOf(const std::string& file, const std::string& head) {
-    std::ifstream text(std::string(PROJECT_FOLDER) + "/" + file);
+inline std::string projectFile(const std::string& name) {
+    std::ifstream file(std::string(PROJECT_FOLDER) + "/" + name, std::ios::binary);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+/// The rows of the tables whose first line is this, that line not among them.
+inline std::vector<Cells> tableIn(const std::string& document, const std::string& head) {
+    std::istringstream text(document);
     std::vector<Cells> rows;
     bool inside = false;
     for (std::string line; std::getline(text, line);) {
@@ -37,6 +44,37 @@ inline std::vector<Cells> tableOf(const std::string& file, const std::string& he
         }
     }
     return rows;
+}
+
+inline std::vector<Cells> tableOf(const std::string& file, const std::string& head) {
+    return tableIn(projectFile(file), head);
+}
+
+/// What stands below a heading, up to the next one.
+inline std::string sectionOf(const std::string& document, const std::string& heading) {
+    const size_t begin = document.find("\n" + heading + "\n");
+    return begin == std::string::npos ? "" : document.substr(begin + 1, document.find("\n#", begin + 1) - begin);
+}
+
+/// Without the marks of code around it.
+inline std::string plain(const std::string& cell) {
+    std::string text;
+    for (const char letter : cell) {
+        if (letter != '`') text += letter;
+    }
+    return text;
+}
+
+/// Pieces of C code of a document.
+inline std::vector<std::string> codeOf(const std::string& text) {
+    std::vector<std::string> pieces;
+    const std::string open = "\n```c\n", close = "\n```\n";
+    for (size_t at = text.find(open); at != std::string::npos; at = text.find(open, at)) {
+        const size_t begin = at + open.size();
+        at = text.find(close, begin);
+        pieces.push_back(text.substr(begin, at + 1 - begin));
+    }
+    return pieces;
 }
 
 }  // namespace zvtest

@@ -116,6 +116,8 @@ inline std::vector<RecordLayout> recordLayouts() {
                FIELD(ClrIccTagLutAToB, offsetClut), FIELD(ClrIccTagLutAToB, offsetA), FIELD(ClrIccTagLutAToB, allData),
                FIELD(ClrIccTagLutAToB, curvesB), FIELD(ClrIccTagLutAToB, curvesM), FIELD(ClrIccTagLutAToB, curvesA),
                FIELD(ClrIccTagLutAToB, clut), FIELD(ClrIccTagLutAToB, matrix)),
+        LAYOUT(SAVEFILEOPTION, FIELD(SAVEFILEOPTION, size), FIELD(SAVEFILEOPTION, backupName)),
+        LAYOUT(SAVEFILEOPTIONA, FIELD(SAVEFILEOPTIONA, size), FIELD(SAVEFILEOPTIONA, backupName)),
     };
 #undef FIELD
 #undef LAYOUT

@@ -243,19 +243,26 @@ void HostScope::ExpectLeaked(size_t blocks) { expected_ = blocks; }
 using namespace zv::test;
 
 void* HostAlloc(int64_t size, int64_t count, int32_t line, const ZvChar* file) noexcept {
+    ScriptTouches("HostAlloc");
     return Allocate("HostAlloc", size, count, false, false, line, file);
 }
 void* HostAllocZeroed(int64_t size, int64_t count, int32_t line, const ZvChar* file) noexcept {
     return Allocate("HostAllocZeroed", size, count, true, false, line, file);
 }
-void HostFree(void* block, int32_t line, const ZvChar* file) noexcept { Release("HostFree", block, false, line, file); }
+void HostFree(void* block, int32_t line, const ZvChar* file) noexcept {
+    ScriptTouches("HostFree");
+    Release("HostFree", block, false, line, file);
+}
 void* HostRealloc(void* block, int64_t size, int32_t line, const ZvChar* file) noexcept {
+    ScriptTouches("HostRealloc");
     return Reallocate("HostRealloc", block, size, false, line, file);
 }
 void* HostAllocShared(int64_t size, int64_t count, int32_t line, const ZvChar* file) noexcept {
+    ScriptTouches("HostAllocShared");
     return Allocate("HostAllocShared", size, count, false, true, line, file);
 }
 void* HostReallocShared(void* block, int64_t size, int32_t line, const ZvChar* file) noexcept {
+    ScriptTouches("HostReallocShared");
     return Reallocate("HostReallocShared", block, size, true, line, file);
 }
 void HostFreeShared(void* block, int32_t line, const ZvChar* file) noexcept {
@@ -263,28 +270,32 @@ void HostFreeShared(void* block, int32_t line, const ZvChar* file) noexcept {
 }
 
 void HostCopy(void* destination, const void* source, size_t count) noexcept {
+    ScriptTouches("HostCopy");
     const auto* from = static_cast<const uint8_t*>(source);
     const auto* to = static_cast<const uint8_t*>(destination);
     EXPECT_TRUE(count == 0 || from + count <= to || to + count <= from) << "HostCopy of overlapping blocks";
     if (count != 0) std::memmove(destination, source, count);
 }
 void HostMove(void* destination, const void* source, size_t count) noexcept {
+    ScriptTouches("HostMove");
     if (count != 0) std::memmove(destination, source, count);
 }
 void HostFill(void* destination, uint8_t value, size_t count) noexcept {
     if (count != 0) std::memset(destination, value, count);
 }
 int32_t HostCompare(const void* first, const void* second, size_t count) noexcept {
+    ScriptTouches("HostCompare");
     return count == 0 ? 0 : std::memcmp(first, second, count);
 }
 const uint8_t* HostFind(const void* buffer, uint8_t value, size_t count) noexcept {
+    ScriptTouches("HostFind");
     return count == 0 ? nullptr : static_cast<const uint8_t*>(std::memchr(buffer, value, count));
 }
 
-HostFile HostFileOpen(const ZvChar* name, int32_t, int32_t) noexcept {
+HostFile HostFileOpen(const ZvChar* name, int32_t reserved, int32_t mode) noexcept {
     if (FileAccessFails("HostFileOpen", 0)) return kNoHostFile;
     HostFile scripted = kNoHostFile;
-    if (ScriptOpens(name, &scripted)) return scripted;
+    if (ScriptOpens(name, reserved, mode, &scripted)) return scripted;
     return reinterpret_cast<HostFile>(
         CreateFileW(name, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
 }

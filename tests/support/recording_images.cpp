@@ -28,6 +28,12 @@ std::string Bytes(const uint8_t* data, uint64_t size) {
     return data == nullptr ? std::string() : std::string(reinterpret_cast<const char*>(data), size);
 }
 
+ImageCall Rewriting(const char* operation, const ZvChar* name, uint32_t flags, const SAVEFILEOPTION* options) {
+    ImageCall call{operation, Text(name), flags, 0, {}, options};
+    if (options != nullptr) call.saveOptions = *options;
+    return call;
+}
+
 void Fault() {
     // Never released: no destructor runs on the way out of a fault.
     static auto* const page = new GuardedBuffer(1, GuardedBuffer::Side::kBack);
@@ -46,8 +52,7 @@ struct ImageScriptAccess {
         }
         ImageScript& script = *current;
         const int32_t n = ++script.counts_[call.operation];
-        const auto fault = script.faults_.find(call.operation);
-        const bool faults = fault != script.faults_.end() && fault->second == n;
+        const bool faults = FaultsNow(call.operation, n);
         const auto answers = script.answers_.find(call.operation);
         std::optional<int64_t> answer;
         if (answers != script.answers_.end()) {
@@ -59,6 +64,14 @@ struct ImageScriptAccess {
         if (faults) Fault();
         return answer;
     }
+    static bool FaultsNow(const std::string& operation, int32_t n) {
+        const auto fault = current->faults_.find(operation);
+        return fault != current->faults_.end() && fault->second == n;
+    }
+    static void Touch(const char* operation) {
+        if (current->faults_.empty() || current->faults_.count(operation) == 0) return;
+        if (FaultsNow(operation, ++current->counts_[operation])) Fault();
+    }
     static int64_t Done(int64_t result) {
         current->calls_.back().result = result;
         return result;
@@ -66,7 +79,22 @@ struct ImageScriptAccess {
 
     static int64_t& Position() { return current->position_; }
     static int32_t& OpenStreams() { return current->openStreams_; }
-    static int32_t& LiveMarkers() { return current->liveMarkers_; }
+    static HostMarkers NewMarkers(std::vector<ImageMarker> markers) {
+        return *current->liveMarkers_.insert(new HostMarkerSet{std::move(markers)}).first;
+    }
+    static void FreeMarkers(HostMarkers markers) {
+        if (current->liveMarkers_.erase(markers) == 0) {
+            ADD_FAILURE() << "HostFreeMarkers of what is not live";
+            return;
+        }
+        delete markers;
+        if (current->currentMarkers_ == markers) current->currentMarkers_ = nullptr;
+    }
+    /// In a block of its own, so that reads past the end are seen. The script's, so that no fault loses it.
+    static const uint8_t* HandOut(const std::string& data) {
+        current->handedOut_ = std::vector<uint8_t>(data.begin(), data.end());
+        return current->handedOut_.data();
+    }
     static HostMarkers& CurrentMarkers() { return current->currentMarkers_; }
     static uint64_t& CurrentTag() { return current->currentTag_; }
 };
@@ -78,7 +106,10 @@ ImageScript::ImageScript() {
     current = this;
 }
 
-ImageScript::~ImageScript() { current = nullptr; }
+ImageScript::~ImageScript() {
+    for (HostMarkers const set : liveMarkers_) delete set;
+    current = nullptr;
+}
 
 void ImageScript::Answer(const std::string& operation, int64_t result, int32_t n) { answers_[operation][n] = result; }
 
@@ -97,9 +128,14 @@ std::string ImageScript::Operations() const {
     return names;
 }
 
-bool ScriptOpens(const ZvChar* name, HostFile* file) {
+void ScriptTouches(const char* operation) {
+    if (current != nullptr) Access::Touch(operation);
+}
+
+bool ScriptOpens(const ZvChar* name, int32_t reserved, int32_t mode, HostFile* file) {
     if (current == nullptr) return false;
-    const auto answer = Access::Begin({"HostFileOpen", Text(name)});
+    const auto answer =
+        Access::Begin({"HostFileOpen", Text(name), static_cast<uint64_t>(reserved), static_cast<uint64_t>(mode)});
     *file = answer ? static_cast<HostFile>(*answer) : kScripted;
     if (!answer) ++Access::OpenStreams();
     return true;
@@ -151,46 +187,47 @@ int32_t HostLoadMarkers(const ZvChar* name, HostMarkers* markers, uint32_t reser
     EXPECT_EQ(0U, reserved);
     const auto answer = Access::Begin({"HostLoadMarkers", Text(name)});
     if (answer) return static_cast<int32_t>(*answer);
-    *markers = new HostMarkerSet{current->markers};
-    ++Access::LiveMarkers();
+    *markers = Access::NewMarkers(current->markers);
     return static_cast<int32_t>(Access::Done(CLR_SUCCESS));
 }
 
 int32_t HostEnumMarkers(HostMarkers markers, uint32_t reserved, HostMarkerCallback callback, void* user) noexcept {
     EXPECT_EQ(0U, reserved);
-    const auto answer = Access::Begin({"HostEnumMarkers", {}});
+    ImageCall call{"HostEnumMarkers"};
+    call.set = markers;
+    call.pointer = user;
+    call.callback = callback;
+    const auto answer = Access::Begin(std::move(call));
     if (answer) return static_cast<int32_t>(*answer);
     for (const ImageMarker& marker : markers->markers) {
-        // In a block of its own, so that reads past the end are seen.
-        const std::vector<uint8_t> data(marker.data.begin(), marker.data.end());
-        const int32_t result = callback(marker.id, static_cast<uint32_t>(data.size()), data.data(), user);
+        const uint8_t* data = Access::HandOut(marker.data);
+        const int32_t result = callback(marker.id, static_cast<uint32_t>(marker.data.size()), data, user);
         if (result != CLR_SUCCESS) return static_cast<int32_t>(Access::Done(result));
     }
     return static_cast<int32_t>(Access::Done(CLR_SUCCESS));
 }
 
 int32_t HostFreeMarkers(HostMarkers markers) noexcept {
-    const auto answer = Access::Begin({"HostFreeMarkers", {}});
-    if (markers != nullptr) {
-        delete markers;
-        --Access::LiveMarkers();
-        if (Access::CurrentMarkers() == markers) Access::CurrentMarkers() = nullptr;
-    }
+    ImageCall call{"HostFreeMarkers"};
+    call.set = markers;
+    const auto answer = Access::Begin(std::move(call));
+    if (markers != nullptr) Access::FreeMarkers(markers);
     return static_cast<int32_t>(answer ? *answer : Access::Done(CLR_SUCCESS));
 }
 
 int32_t HostCreateMarkers(HostMarkers* markers) noexcept {
     const auto answer = Access::Begin({"HostCreateMarkers", {}});
     if (answer) return static_cast<int32_t>(*answer);
-    *markers = new HostMarkerSet;
-    ++Access::LiveMarkers();
+    *markers = Access::NewMarkers({});
     return static_cast<int32_t>(Access::Done(CLR_SUCCESS));
 }
 
 int32_t HostInsertMarker(HostMarkers markers, int32_t place, uint32_t id, uint32_t length,
                          const uint8_t* data) noexcept {
     EXPECT_EQ(-1, place);
-    const auto answer = Access::Begin({"HostInsertMarker", {}, id, length, Bytes(data, length)});
+    ImageCall call{"HostInsertMarker", {}, id, length, Bytes(data, length)};
+    call.set = markers;
+    const auto answer = Access::Begin(std::move(call));
     if (answer) return static_cast<int32_t>(*answer);
     markers->markers.push_back({id, Bytes(data, length)});
     return static_cast<int32_t>(Access::Done(CLR_SUCCESS));
@@ -198,20 +235,22 @@ int32_t HostInsertMarker(HostMarkers markers, int32_t place, uint32_t id, uint32
 
 int32_t HostSetSaveMarkers(HostMarkers markers, uint32_t reserved) noexcept {
     EXPECT_EQ(0U, reserved);
-    const auto answer = Access::Begin({"HostSetSaveMarkers", {}, markers != nullptr});
+    ImageCall call{"HostSetSaveMarkers"};
+    call.set = markers;
+    const auto answer = Access::Begin(std::move(call));
     if (answer) return static_cast<int32_t>(*answer);
     Access::CurrentMarkers() = markers;
     return static_cast<int32_t>(Access::Done(CLR_SUCCESS));
 }
 
 int32_t HostRewriteFile(const ZvChar* name, uint32_t flags, const SAVEFILEOPTION* options) noexcept {
-    const auto answer = Access::Begin({"HostRewriteFile", Text(name), flags, 0, {}, options});
+    const auto answer = Access::Begin(Rewriting("HostRewriteFile", name, flags, options));
     return static_cast<int32_t>(answer ? *answer : Access::Done(CLR_SUCCESS));
 }
 
 int32_t HostReadFileTag(const ZvChar* name, uint32_t tag, uint16_t* type, uint64_t* count, uint8_t* buffer,
                         const void* options) noexcept {
-    const auto answer = Access::Begin({"HostReadFileTag", Text(name), tag, buffer != nullptr, {}, options});
+    const auto answer = Access::Begin({"HostReadFileTag", Text(name), tag, buffer != nullptr, {}, options, 0, *count});
     if (!answer && !current->tag) return static_cast<int32_t>(Access::Done(ERR_NO_PROFILE));
     if (answer && *answer < CLR_SUCCESS) return static_cast<int32_t>(*answer);
     const std::string bytes = current->tag.value_or("");
@@ -222,13 +261,14 @@ int32_t HostReadFileTag(const ZvChar* name, uint32_t tag, uint16_t* type, uint64
 }
 
 int32_t HostSetFileTag(uint32_t tag, uint16_t type, uint64_t count, const uint8_t* data) noexcept {
-    const auto answer = Access::Begin({"HostSetFileTag", {}, tag, type, Bytes(data, data != nullptr ? count : 0)});
+    const std::string bytes = Bytes(data, data != nullptr ? count : 0);
+    const auto answer = Access::Begin({"HostSetFileTag", {}, tag, type, bytes, nullptr, 0, count, nullptr, data});
     if (answer) return static_cast<int32_t>(*answer);
     Access::CurrentTag() = tag;
     return static_cast<int32_t>(Access::Done(CLR_SUCCESS));
 }
 
 int32_t HostRewriteFileTags(const ZvChar* name, const SAVEFILEOPTION* options) noexcept {
-    const auto answer = Access::Begin({"HostRewriteFileTags", Text(name), 0, 0, {}, options});
+    const auto answer = Access::Begin(Rewriting("HostRewriteFileTags", name, 0, options));
     return static_cast<int32_t>(answer ? *answer : Access::Done(CLR_SUCCESS));
 }
