@@ -1,4 +1,4 @@
-// Numbers of image files, which say their byte order themselves.
+// Numbers of image files, in the byte order of the format or in one that the file tells.
 #pragma once
 
 #include <cstdint>
@@ -8,6 +8,7 @@ namespace zvhost {
 class ByteOrder {
 public:
     constexpr ByteOrder() noexcept = default;
+    static constexpr ByteOrder Big() noexcept { return ByteOrder(true); }
     explicit constexpr ByteOrder(bool big) noexcept : big_(big) {}
 
     constexpr uint64_t Get(const uint8_t* bytes, uint32_t size) const noexcept {

@@ -35,6 +35,9 @@ static_assert(std::endian::native == std::endian::little, "records and tables ar
 /// checkers: for a look at memory that may not be what the caller says. Returns false if not all could be read.
 bool ZvPeekMemory(void* destination, const void* source, size_t count) noexcept;
 
+/// Has a function called in each child that this process forks; on systems without forks it does nothing. Returns true.
+bool ZvAfterForkInChild(void (*function)()) noexcept;
+
 /// fopen for wide names.
 std::FILE* ZvOpenStream(const ZvChar* name, const char* mode) noexcept;
 

@@ -3,7 +3,7 @@
 ZVCLR_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libpng-dev libjpeg-dev libtiff-dev libcli11-dev libfmt-dev
     nlohmann-json3-dev)
 # Outside readers, which the tests let look at the tool's files, stand in the second line, real profiles in the third.
-ZVCLR_TEST_PACKAGES=(libgtest-dev libbenchmark-dev python3 file bsdutils
+ZVCLR_TEST_PACKAGES=(libgtest-dev libbenchmark-dev libgif-dev python3 file bsdutils
     libtiff-tools libjpeg-turbo-progs netpbm libimage-exiftool-perl exiv2 imagemagick
     icc-profiles-free colord-data)
 ZVCLR_CI_PACKAGES=(ccache clang libclang-rt-14-dev clang-format clang-tidy shellcheck

@@ -22,6 +22,11 @@ uint32_t NextNumber() noexcept {
     return (counter.fetch_add(1, std::memory_order_relaxed) + GetCurrentThreadId()) * kNumberStep;
 }
 
+/// Windows may fail with the old file gone, or under its backup's name: the new one must not go then too.
+bool LeftOnlyTheNewFile(DWORD error, bool hasBackup) noexcept {
+    return error == ERROR_UNABLE_TO_MOVE_REPLACEMENT_2 || (error == ERROR_UNABLE_TO_MOVE_REPLACEMENT && !hasBackup);
+}
+
 }  // namespace
 
 FileReplacement::~FileReplacement() {
@@ -97,9 +102,9 @@ int32_t FileReplacement::Commit(ImageFile* old) noexcept {
     handle_ = INVALID_HANDLE_VALUE;
     old->Close();
     if (!flushed || !closed) return ERR_FILE_WRITE;
-    if (!ReplaceFileW(final_, temporary_, backup_, 0, nullptr, nullptr)) return ERR_FILE_WRITE;
-    temporary_[0] = 0;
-    return CLR_SUCCESS;
+    const bool replaced = ReplaceFileW(final_, temporary_, backup_, 0, nullptr, nullptr) != FALSE;
+    if (replaced || LeftOnlyTheNewFile(GetLastError(), backup_ != nullptr)) temporary_[0] = 0;
+    return replaced ? int32_t{CLR_SUCCESS} : int32_t{ERR_FILE_WRITE};
 }
 
 }  // namespace zvhost

@@ -13,7 +13,7 @@ namespace zvhost {
 class FileReplacement {
 public:
     FileReplacement() noexcept = default;
-    /// Without Commit() nothing stays behind.
+    /// Without Commit() nothing stays behind, nor after a Commit() that fails while the old file is there.
     ~FileReplacement();
     FileReplacement(const FileReplacement&) = delete;
     FileReplacement& operator=(const FileReplacement&) = delete;

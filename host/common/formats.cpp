@@ -44,7 +44,6 @@ constexpr Signature kSignatures[] = {
     At(36, "acsp", kHostFormatIcc),
     // A picture's version, behind its size and frame: in a file behind an empty block, or alone.
     At(522, "\0\x11\x02\xFF\x0C\0", kHostFormatMacPicture),
-    At(522, "\x11\x01", kHostFormatMacPicture),
     At(10, "\0\x11\x02\xFF\x0C\0", kHostFormatMacPicture),
     At(0, "\xFF\x0A", kHostFormatJpegXl),
     At(0, "BM", kHostFormatBmp),
@@ -56,14 +55,25 @@ constexpr Signature kSignatures[] = {
     At(0, "P5", kHostFormatPnm),
     At(0, "P6", kHostFormatPnm),
     At(0, "P7", kHostFormatPnm),
+    // Of the first version, behind an empty block only: the two bytes alone stand in many files.
+    At(522, "\x11\x01", kHostFormatMacPicture),
 };
 
 constexpr uint64_t kLookedAt = 528;
 
+bool BeginsEmpty(const uint8_t* bytes) noexcept {
+    constexpr uint64_t kEmptyBlock = 512;
+    for (uint64_t i = 0; i < kEmptyBlock; ++i) {
+        if (bytes[i] != 0) return false;
+    }
+    return true;
+}
+
 HostFormat FormatOf(const uint8_t* bytes, uint64_t size) noexcept {
     for (const Signature& signature : kSignatures) {
         if (signature.offset + signature.size <= size &&
-            std::memcmp(bytes + signature.offset, signature.bytes, signature.size) == 0) {
+            std::memcmp(bytes + signature.offset, signature.bytes, signature.size) == 0 &&
+            (signature.size > 2 || signature.offset == 0 || BeginsEmpty(bytes))) {
             return signature.format;
         }
     }

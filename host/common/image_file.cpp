@@ -56,7 +56,8 @@ bool ImageFile::ReadAt(uint64_t offset, void* buffer, uint64_t count) noexcept {
     if (!inWindow) {
         const uint64_t size = std::min<uint64_t>(kWindowSize, size_ - offset);
         windowSize_ = 0;
-        if (!ReadDirectly(offset, window_, size)) return false;
+        // A file that has become shorter may still have what is asked for.
+        if (!ReadDirectly(offset, window_, size)) return ReadDirectly(offset, buffer, count);
         windowOffset_ = offset;
         windowSize_ = static_cast<size_t>(size);
     }

@@ -73,7 +73,11 @@ int32_t HostFreeMarkers(HostMarkers markers) noexcept {
 
 int32_t HostInsertMarker(HostMarkers markers, int32_t place, uint32_t id, uint32_t length,
                          const uint8_t* data) noexcept {
-    if (markers == nullptr || place != -1 || id > UINT8_MAX || length > kLargestJpegData) return ERR_INVALID_PARAMETER;
+    // Other markers would end the image, or not be read as they were written.
+    if (markers == nullptr || place != -1 || !IsJpegSegment(id) || length > kLargestJpegData ||
+        (data == nullptr && length != 0)) {
+        return ERR_INVALID_PARAMETER;
+    }
     uint8_t* room = AddMarker(markers, id, length);
     if (room == nullptr) return ERR_NO_MEMORY;
     HostCopy(room, data, length);
@@ -81,6 +85,7 @@ int32_t HostInsertMarker(HostMarkers markers, int32_t place, uint32_t id, uint32
 }
 
 int32_t HostLoadMarkers(const ZvChar* name, HostMarkers* markers, uint32_t) noexcept {
+    if (markers == nullptr) return ERR_INVALID_PARAMETER;
     ImageFile file;
     int32_t result = file.Open(name);
     if (result != CLR_SUCCESS) return result;

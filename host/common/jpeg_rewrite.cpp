@@ -25,17 +25,32 @@ uint32_t IdentifierSize(const uint8_t* data, uint32_t size) noexcept {
     return end == nullptr ? 0 : static_cast<uint32_t>(static_cast<const uint8_t*>(end) - data) + 1;
 }
 
+int64_t CountMarkers(const HostMarkerSet& set) noexcept {
+    int64_t count = 0;
+    Marker marker;
+    for (uint64_t offset = 0; NextMarker(set, &offset, &marker);) ++count;
+    return count;
+}
+
 /// One rewriting, in two walks: the first finds what changes, and whether the file can be walked at all.
 class Rewriting {
 public:
     Rewriting(const HostMarkerSet& set, ImageFile* file, FileReplacement* to) noexcept
-        : set_(set), file_(file), to_(to) {}
+        : set_(set), file_(file), to_(to), kinds_(CountMarkers(set), __LINE__, kSource) {}
 
     int32_t Plan() noexcept;
     int32_t Write() noexcept;
 
 private:
-    bool Replaces(const JpegSegment& segment, const uint8_t* data) const noexcept;
+    /// What tells markers that replace each other.
+    struct Kind {
+        uint32_t id;
+        uint32_t size;
+        const uint8_t* identifier;
+    };
+
+    void FindKinds() noexcept;
+    bool Replaces(uint32_t id, const uint8_t* data, uint32_t size) const noexcept;
     int32_t ReadData(const JpegSegment& segment) noexcept;
     int32_t CopyTo(uint64_t end) noexcept;
     int32_t Insert() noexcept;
@@ -45,6 +60,8 @@ private:
     ImageFile* file_;
     FileReplacement* to_;
     const zv::HostBlock<uint8_t> data_{kLargestJpegData, __LINE__, kSource};
+    const zv::HostBlock<Kind> kinds_;  ///< the parts of a profile are all of one
+    uint64_t kindCount_ = 0;
     uint64_t insertAt_ = 0;
     uint64_t dropped_ = 0;        ///< bytes of all that is replaced
     uint64_t droppedBefore_ = 0;  ///< of that, what the second walk has passed
@@ -52,15 +69,21 @@ private:
     uint64_t copied_ = 0;
 };
 
-bool Rewriting::Replaces(const JpegSegment& segment, const uint8_t* data) const noexcept {
-    Marker marker;
-    for (uint64_t offset = 0; NextMarker(set_, &offset, &marker);) {
-        const uint32_t size = IdentifierSize(marker.data, marker.length);
-        if (marker.id == segment.marker && segment.dataSize >= size && HostCompare(data, marker.data, size) == 0) {
-            return true;
-        }
+bool Rewriting::Replaces(uint32_t id, const uint8_t* data, uint32_t size) const noexcept {
+    for (uint64_t i = 0; i < kindCount_; ++i) {
+        const Kind& kind = kinds_.Data()[i];
+        if (kind.id == id && size >= kind.size && HostCompare(data, kind.identifier, kind.size) == 0) return true;
     }
     return false;
+}
+
+void Rewriting::FindKinds() noexcept {
+    Marker marker;
+    for (uint64_t offset = 0; NextMarker(set_, &offset, &marker);) {
+        inserted_ += kMarkerHeadSize + marker.length;
+        if (Replaces(marker.id, marker.data, marker.length)) continue;
+        kinds_.Data()[kindCount_++] = {marker.id, IdentifierSize(marker.data, marker.length), marker.data};
+    }
 }
 
 int32_t Rewriting::ReadData(const JpegSegment& segment) noexcept {
@@ -69,9 +92,8 @@ int32_t Rewriting::ReadData(const JpegSegment& segment) noexcept {
 }
 
 int32_t Rewriting::Plan() noexcept {
-    if (!data_) return ERR_NO_MEMORY;
-    Marker marker;
-    for (uint64_t offset = 0; NextMarker(set_, &offset, &marker);) inserted_ += kMarkerHeadSize + marker.length;
+    if (!data_ || !kinds_) return ERR_NO_MEMORY;
+    FindKinds();
 
     JpegSegments segments(file_);
     int32_t result = segments.Begin();
@@ -83,7 +105,8 @@ int32_t Rewriting::Plan() noexcept {
         leading = leading && (segment.marker == kApp0 || segment.marker == kApp1);
         if (leading) insertAt_ = segment.End();
         result = ReadData(segment);
-        if (result == CLR_SUCCESS && Replaces(segment, data_.Data())) dropped_ += segment.End() - segment.begin;
+        if (result == CLR_SUCCESS && Replaces(segment.marker, data_.Data(), segment.dataSize))
+            dropped_ += segment.End() - segment.begin;
     }
     return result == 0 ? int32_t{CLR_SUCCESS} : result;
 }
@@ -129,7 +152,7 @@ int32_t Rewriting::Write() noexcept {
         }
         result = ReadData(segment);
         if (result != CLR_SUCCESS) return result;
-        if (Replaces(segment, data_.Data())) {
+        if (Replaces(segment.marker, data_.Data(), segment.dataSize)) {
             result = CopyTo(segment.begin);
             copied_ = segment.End();
             droppedBefore_ += segment.End() - segment.begin;
@@ -149,9 +172,8 @@ int32_t Rewriting::Write() noexcept {
 using namespace zvhost;
 
 int32_t HostRewriteFile(const ZvChar* name, uint32_t flags, const SAVEFILEOPTION* options) noexcept {
-    constexpr uint32_t kMarkers = 4;
     const SaveState* state = OwnSaveState();
-    if (flags != kMarkers || state == nullptr || state->markers == nullptr) return ERR_INVALID_PARAMETER;
+    if (flags != kHostRewriteMarkers || state == nullptr || state->markers == nullptr) return ERR_INVALID_PARAMETER;
     ImageFile file;
     int32_t result = file.Open(name);
     if (result != CLR_SUCCESS) return result;

@@ -9,7 +9,7 @@ namespace zvhost {
 
 struct JpegSegment {
     uint8_t marker;
-    uint64_t begin;       ///< of the marker's 0xFF
+    uint64_t begin;       ///< of the fill bytes before the marker: they would make one of what follows
     uint64_t dataOffset;  ///< behind the length
     uint32_t dataSize;
     uint64_t End() const noexcept { return dataOffset + dataSize; }
@@ -30,5 +30,8 @@ private:
 };
 
 inline constexpr uint32_t kLargestJpegData = 65533;
+
+/// Whether a marker of that number is a segment before the coded image.
+bool IsJpegSegment(uint32_t marker) noexcept;
 
 }  // namespace zvhost

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "host/common/byte_order.h"
+#include "host/byte_order.h"
 
 namespace zvhost {
 
@@ -25,8 +25,11 @@ void Add(ByteOrder order, uint8_t* word, int64_t amount) noexcept {
 }  // namespace
 
 bool IsPictureIndex(uint8_t marker, const uint8_t* data, uint32_t size) noexcept {
-    return marker == kIndexMarker && size >= kIdentifierSize + kHeaderSize &&
-           std::memcmp(data, kIdentifier, kIdentifierSize) == 0;
+    if (marker != kIndexMarker || size < kIdentifierSize + kHeaderSize) return false;
+    constexpr uint32_t kMarkSize = 4;
+    const uint8_t* const mark = data + kIdentifierSize;
+    return std::memcmp(data, kIdentifier, kIdentifierSize) == 0 &&
+           (std::memcmp(mark, "II\x2A\0", kMarkSize) == 0 || std::memcmp(mark, "MM\0\x2A", kMarkSize) == 0);
 }
 
 void MovePictures(uint8_t* data, uint32_t size, int64_t growth, int64_t growthBehind) noexcept {

@@ -2,7 +2,7 @@
 // what is new goes to the end of the file.
 #include <algorithm>
 
-#include "host/common/byte_order.h"
+#include "host/byte_order.h"
 #include "host/common/file_replacement.h"
 #include "host/common/image_file.h"
 #include "host/common/save_state.h"
@@ -16,8 +16,12 @@ constexpr ZvChar kSource[] = ZV_WIDE("host\\tiff_tags");
 constexpr uint16_t kClassic = 42;
 constexpr uint16_t kBig = 43;
 constexpr uint64_t kHeaderSize = 8;
-// Byte, text, signed byte, undefined.
-constexpr bool IsByteType(uint16_t type) noexcept { return type == 1 || type == 2 || type == 6 || type == 7; }
+// There are no more tags.
+constexpr uint64_t kMostEntries = 65536;
+// Byte, text, signed byte, and what has a meaning of its own.
+constexpr bool IsByteType(uint16_t type) noexcept {
+    return type == 1 || type == 2 || type == 6 || type == kHostTagUndefined;
+}
 
 /// What differs between the classic form and the one with 64-bit offsets.
 struct Layout {
@@ -42,7 +46,7 @@ public:
     Directory(const Directory&) = delete;
     Directory& operator=(const Directory&) = delete;
 
-    int32_t Read(ImageFile* file) noexcept;
+    int32_t Open(const ZvChar* name, ImageFile* file) noexcept;
 
     const Layout& Form() const noexcept { return layout_; }
     /// Null if there is none.
@@ -55,6 +59,7 @@ public:
 
 private:
     int32_t ReadHeader(ImageFile* file, uint64_t* directory) noexcept;
+    int32_t Read(ImageFile* file) noexcept;
 
     uint8_t* Entry(uint64_t i) const noexcept { return entries_ + i * layout_.EntrySize(); }
 
@@ -92,7 +97,7 @@ int32_t Directory::Read(ImageFile* file) noexcept {
     if (at < kHeaderSize || !file->ReadAt(at, count, layout_.entryCountSize)) return ERR_FILE_READ;
     count_ = layout_.order.Get(count, layout_.entryCountSize);
     offset_ = at + layout_.entryCountSize;
-    if (count_ > (file->Size() - offset_) / layout_.EntrySize()) return ERR_FILE_READ;
+    if (count_ > kMostEntries || count_ > (file->Size() - offset_) / layout_.EntrySize()) return ERR_FILE_READ;
     const uint64_t bytes = count_ * layout_.EntrySize();
     entries_ =
         static_cast<uint8_t*>(HostAlloc(layout_.EntrySize(), static_cast<int64_t>(count_ + 1), __LINE__, kSource));
@@ -101,6 +106,11 @@ int32_t Directory::Read(ImageFile* file) noexcept {
         return ERR_FILE_READ;
     }
     return CLR_SUCCESS;
+}
+
+int32_t Directory::Open(const ZvChar* name, ImageFile* file) noexcept {
+    const int32_t result = file->Open(name);
+    return result == CLR_SUCCESS ? Read(file) : result;
 }
 
 const uint8_t* Directory::Find(uint16_t tag) const noexcept {
@@ -138,7 +148,7 @@ void Directory::Put(uint16_t tag, uint16_t type, uint64_t count, const uint8_t* 
 }
 
 int32_t Directory::Write(FileReplacement* to) const noexcept {
-    if (layout_.entryCountSize == 2 && count_ > UINT16_MAX) return ERR_FILE_WRITE;
+    if (count_ > (layout_.entryCountSize == 2 ? UINT16_MAX : kMostEntries)) return ERR_FILE_WRITE;
     uint8_t count[8];
     layout_.order.Put(count, count_, layout_.entryCountSize);
     int32_t result = to->Write(count, layout_.entryCountSize);
@@ -195,11 +205,10 @@ using namespace zvhost;
 
 int32_t HostReadFileTag(const ZvChar* name, uint32_t tag, uint16_t* type, uint64_t* count, uint8_t* buffer,
                         const void*) noexcept {
+    if (type == nullptr || count == nullptr) return ERR_INVALID_PARAMETER;
     ImageFile file;
-    int32_t result = file.Open(name);
-    if (result != CLR_SUCCESS) return result;
     Directory directory;
-    result = directory.Read(&file);
+    int32_t result = directory.Open(name, &file);
     if (result != CLR_SUCCESS) return result;
     const uint8_t* entry = tag <= UINT16_MAX ? directory.Find(static_cast<uint16_t>(tag)) : nullptr;
     // Profiles are all that is looked for here.
@@ -232,10 +241,8 @@ int32_t HostRewriteFileTags(const ZvChar* name, const SAVEFILEOPTION* options) n
     const SaveState* state = OwnSaveState();
     if (state == nullptr || state->tag == 0) return ERR_INVALID_PARAMETER;
     ImageFile file;
-    int32_t result = file.Open(name);
-    if (result != CLR_SUCCESS) return result;
     Directory directory;
-    result = directory.Read(&file);
+    int32_t result = directory.Open(name, &file);
     if (result != CLR_SUCCESS) return result;
     FileReplacement replacement;
     result = replacement.Begin(name, options);

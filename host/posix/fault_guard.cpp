@@ -18,7 +18,12 @@ struct Guard {
 
 // In static storage of the thread, which a handler may touch at any time.
 [[gnu::tls_model("initial-exec")]] thread_local Guard* innermost = nullptr;
-[[gnu::tls_model("initial-exec")]] thread_local bool passingOn = false;
+/// The call of an earlier handler that this thread is in.
+struct Passing {
+    const void* context;
+    const void* frame;
+};
+[[gnu::tls_model("initial-exec")]] thread_local Passing passing = {};
 
 SRWLOCK lock = SRWLOCK_INIT;
 int guards = 0;
@@ -31,19 +36,22 @@ bool IsOurs(const struct sigaction& action) {
 }
 
 /// What would have happened without a guard.
-void PassOn(int signal, siginfo_t* info, void* context) {
+void PassOn(int signal, siginfo_t* info, void* context, const void* frame) {
     size_t i = 0;
     while (kSignals[i] != signal) ++i;
     const struct sigaction action = earlier[i];
     const bool informed = (action.sa_flags & SA_SIGINFO) != 0;
-    if (!passingOn && (informed || (action.sa_handler != SIG_DFL && action.sa_handler != SIG_IGN))) {
-        passingOn = true;
+    // A handler that calls its predecessor comes back here with the same context, from further down. One that has
+    // jumped out has left its mark, but the next fault with that context is at the same depth.
+    const bool again = passing.context == context && passing.frame != frame;
+    if (!again && (informed || (action.sa_handler != SIG_DFL && action.sa_handler != SIG_IGN))) {
+        passing = {context, frame};
         if (informed) {
             action.sa_sigaction(signal, info, context);
         } else {
             action.sa_handler(signal);
         }
-        passingOn = false;
+        passing = {};
         return;
     }
     if (action.sa_handler == SIG_IGN && info->si_code <= 0) return;
@@ -57,7 +65,7 @@ void PassOn(int signal, siginfo_t* info, void* context) {
 void OnFault(int signal, siginfo_t* info, void* context) {
     // A signal that somebody sent is no fault.
     if (innermost != nullptr && info->si_code > 0) siglongjmp(innermost->jump, 1);
-    PassOn(signal, info, context);
+    PassOn(signal, info, context, __builtin_frame_address(0));
 }
 
 void Install() noexcept {
@@ -78,17 +86,32 @@ void Install() noexcept {
     ReleaseSRWLockExclusive(&lock);
 }
 
-void Remove() noexcept {
-    AcquireSRWLockExclusive(&lock);
-    if (--guards == 0) {
-        for (size_t i = 0; i < kSignalCount; ++i) {
-            struct sigaction current = {};
-            // A handler that came in between stays, and may still call this one.
-            if (sigaction(kSignals[i], nullptr, &current) == 0 && IsOurs(current)) {
-                sigaction(kSignals[i], &earlier[i], nullptr);
-            }
+void RestoreHandlers() noexcept {
+    for (size_t i = 0; i < kSignalCount; ++i) {
+        struct sigaction current = {};
+        // A handler that came in between stays, and may still call this one.
+        if (sigaction(kSignals[i], nullptr, &current) == 0 && IsOurs(current)) {
+            sigaction(kSignals[i], &earlier[i], nullptr);
         }
     }
+}
+
+void BeforeFork() noexcept { AcquireSRWLockExclusive(&lock); }
+
+void AfterForkInParent() noexcept { ReleaseSRWLockExclusive(&lock); }
+
+/// Guards of other threads ended with these.
+void AfterForkInChild() noexcept {
+    const bool guarded = guards > 0;
+    guards = 0;
+    for (const Guard* guard = innermost; guard != nullptr; guard = guard->outer) ++guards;
+    if (guarded && guards == 0) RestoreHandlers();
+    ReleaseSRWLockExclusive(&lock);
+}
+
+void Remove() noexcept {
+    AcquireSRWLockExclusive(&lock);
+    if (--guards == 0) RestoreHandlers();
     ReleaseSRWLockExclusive(&lock);
 }
 
@@ -97,6 +120,8 @@ void Remove() noexcept {
 bool ZvRunGuarded(void (*work)(void*), void* context) noexcept {
     Guard guard;
     guard.outer = innermost;
+    static const bool knownToForks = pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInChild) == 0;
+    static_cast<void>(knownToForks);
     Install();
     const bool whole = sigsetjmp(guard.jump, 1) == 0;
     if (whole) {

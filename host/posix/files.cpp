@@ -53,6 +53,19 @@ bool PathOf(LPCWSTR name, char (&path)[PATH_MAX]) noexcept {
     return false;
 }
 
+/// Owner and rights of another file. Only the super-user can give files away, and others only to groups of theirs.
+bool TakeRights(const char* path, const struct stat& from) noexcept {
+    mode_t rights = from.st_mode & mode_t{07777};
+    // The owner first, since a change of owner takes rights away.
+    if (chown(path, from.st_uid, from.st_gid) != 0) {
+        rights &= ~mode_t{S_ISUID | S_ISGID};
+        // What the old group was allowed is no other group's business.
+        const mode_t everybody = rights & S_IRWXO;
+        if (chown(path, static_cast<uid_t>(-1), from.st_gid) != 0) rights &= ~mode_t{S_IRWXG} | everybody << 3;
+    }
+    return chmod(path, rights) == 0 || Fail(errno);
+}
+
 /// Gives a file a second name, in place of another file of that name, and is never without either on the way.
 /// `unique` is the beginning of a name that nobody else uses.
 bool KeepAs(const char* path, const struct stat& status, LPCWSTR backup, const char* unique) noexcept {
@@ -72,11 +85,13 @@ bool KeepAs(const char* path, const struct stat& status, LPCWSTR backup, const c
 
 }  // namespace
 
-HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD, SECURITY_ATTRIBUTES*, DWORD disposition, DWORD, HANDLE) noexcept {
+HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD share, SECURITY_ATTRIBUTES*, DWORD disposition, DWORD,
+                   HANDLE) noexcept {
     char path[PATH_MAX];
     if (!PathOf(name, path)) return INVALID_HANDLE_VALUE;
     constexpr int kRefused = -1;
     int flags = O_CLOEXEC;
+    mode_t mode = 0666;
     const bool writes = (access & GENERIC_WRITE) != 0;
     if (writes) {
         flags |= (access & GENERIC_READ) != 0 ? O_RDWR : O_WRONLY;
@@ -86,6 +101,8 @@ HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD, SECURITY_ATTRIBUTES*, DWOR
     switch (disposition) {
         case CREATE_NEW:
             flags |= O_CREAT | O_EXCL;
+            // Not shared: nobody else is to see what comes into it.
+            if (share == 0) mode = 0600;
             break;
         case CREATE_ALWAYS:
             flags |= O_CREAT | O_TRUNC;
@@ -110,7 +127,7 @@ HANDLE CreateFileW(LPCWSTR name, DWORD access, DWORD, SECURITY_ATTRIBUTES*, DWOR
     int descriptor = -1;
     do {
         // A pipe without a writer would hold the caller for ever.
-        descriptor = open(path, flags | O_NONBLOCK, 0666);
+        descriptor = open(path, flags | O_NONBLOCK, mode);
     } while (descriptor < 0 && errno == EINTR);
     struct stat status;
     if (descriptor >= 0 && fstat(descriptor, &status) == 0 && (S_ISDIR(status.st_mode) || S_ISFIFO(status.st_mode))) {
@@ -192,11 +209,8 @@ BOOL ReplaceFileW(LPCWSTR replaced, LPCWSTR replacement, LPCWSTR backup, DWORD, 
     if (!PathOf(replaced, oldPath) || !PathOf(replacement, newPath)) return FALSE;
     if (stat(oldPath, &status) != 0) return Fail(errno);
     // A folder's rights alone would do for what follows.
-    if (access(oldPath, W_OK) != 0) return Fail(errno);
-    // The owner first, since a change of owner takes rights away. Only the super-user can give files away.
-    const bool keepsOwner = chown(newPath, status.st_uid, status.st_gid) == 0;
-    const mode_t lent = keepsOwner ? mode_t{0} : mode_t{S_ISUID | S_ISGID};
-    if (chmod(newPath, status.st_mode & mode_t{07777} & ~lent) != 0) return Fail(errno);
+    if (faccessat(AT_FDCWD, oldPath, W_OK, AT_EACCESS) != 0) return Fail(errno);
+    if (!TakeRights(newPath, status)) return FALSE;
     if (backup != nullptr && !KeepAs(oldPath, status, backup, newPath)) return FALSE;
     return rename(newPath, oldPath) == 0 ? TRUE : Fail(errno);
 }
@@ -216,8 +230,12 @@ std::FILE* ZvOpenStream(const ZvChar* name, const char* mode) noexcept {
 bool ZvFinalName(const ZvChar* name, ZvChar* buffer, size_t count, size_t* folderLength) noexcept {
     char path[PATH_MAX];
     char final[PATH_MAX];
-    if (!PathOf(name, path) || realpath(path, final) == nullptr) return false;
-    if (!ZvWideFromAnsi(final, buffer, count)) return false;
+    struct stat status;
+    if (!PathOf(name, path) || lstat(path, &status) != 0) return false;
+    // Other names stay as they are: their folders may have names that cannot be converted.
+    const bool linked = S_ISLNK(status.st_mode);
+    if (linked && realpath(path, final) == nullptr) return false;
+    if (!ZvWideFromAnsi(linked ? final : path, buffer, count)) return false;
     *folderLength = 0;
     for (size_t i = 0; buffer[i] != 0; ++i) {
         if (buffer[i] == '/') *folderLength = i + 1;

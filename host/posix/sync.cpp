@@ -17,6 +17,8 @@ pthread_mutex_t* Mutex(CRITICAL_SECTION* section) noexcept {
 
 }  // namespace
 
+bool ZvAfterForkInChild(void (*function)()) noexcept { return pthread_atfork(nullptr, nullptr, function) == 0; }
+
 DWORD GetCurrentThreadId() noexcept { return static_cast<DWORD>(syscall(SYS_gettid)); }
 
 DWORD GetLastError() noexcept { return lastError; }

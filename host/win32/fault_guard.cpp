@@ -58,10 +58,12 @@ LONG CALLBACK OnException(EXCEPTION_POINTERS* exception) {
     if (guard == nullptr) return EXCEPTION_CONTINUE_SEARCH;
     constexpr uint64_t kStackAlignment = 16;
     constexpr uint64_t kShadowSpace = 32;
+    constexpr DWORD kDirectionFlag = 0x400;
     CONTEXT* context = exception->ContextRecord;
     // As a call leaves it: room for the callee's arguments, and a return address that nobody uses.
     context->Rsp = (context->Rsp & ~(kStackAlignment - 1)) - kShadowSpace - sizeof(void*);
     context->Rcx = reinterpret_cast<uint64_t>(guard);
+    context->EFlags &= ~kDirectionFlag;
     context->Rip = reinterpret_cast<uint64_t>(&Leave);
     return EXCEPTION_CONTINUE_EXECUTION;
 }
