@@ -105,6 +105,30 @@ TEST_P(ConvertSignal, KeepsTheOldFile) {
     EXPECT_EQ(zvtest::readFile(folder_.path("out.png")), kOld);
 }
 
+// Of the image and of its backup.
+TEST(EmbedSignal, NeitherOfTwoUnfinishedFilesStays) {
+    const Folder folder;
+    zvtest::writeFile(folder.path("a.ppm"), zvtest::ppm(20, 15, zvtest::pattern(20, 15)));
+    zvtest::shell("cd " + folder.root() + "; pnmtopng a.ppm > a.png; rm a.ppm; truncate -s 400M a.png");
+    const std::string image = folder.path("a.png");
+    const std::string backup = folder.path("old.png");
+    const std::string profile = std::string(ZVCLR_PROFILES) + "/105.icm";
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::execl(ZVCLR_PROGRAM, "zvclr", "embed", profile.c_str(), image.c_str(), "--backup", backup.c_str(), nullptr);
+        ::_exit(127);
+    }
+    for (int i = 0; i < 20000 && folder.names().size() < 3; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    EXPECT_EQ(folder.names().size(), 3U);
+    ASSERT_EQ(::kill(child, SIGTERM), 0);
+    int status = 0;
+    ASSERT_EQ(::waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFSIGNALED(status));
+    EXPECT_EQ(folder.names(), (std::vector<std::string>{"a.png"}));
+}
+
 INSTANTIATE_TEST_SUITE_P(Signals, ConvertSignal, testing::Values(SIGHUP, SIGINT, SIGTERM));
 
 }  // namespace

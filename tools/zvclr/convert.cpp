@@ -7,7 +7,9 @@
 #include <cstdio>
 #include <memory>
 
+#include "embed_choice.h"
 #include "emulation_table.h"
+#include "messages.h"
 #include "parameters.h"
 #include "profile_file.h"
 #include "strip_converter.h"
@@ -20,6 +22,9 @@ using zvimage::ImageError;
 using zvimage::ImageInfo;
 
 namespace {
+
+/// In place of a file: the profile of the input image. A file of this name is given as ./embedded.
+constexpr char kEmbedded[] = "embedded";
 
 // What a person sees on the error stream beside errors.
 class Progress {
@@ -68,12 +73,15 @@ public:
         settleMethod();
         settleParameters();
         zvimage::checkOutput(args_.output, outputFormat_, conversion_.to, info.width, info.height);
-        if (args_.output == "-" && ::isatty(STDOUT_FILENO) == 1) {
-            throw ContradictionError(
-                "the standard output is a terminal, which cannot show an image; send it to a file");
+        checkNoTerminal(args_.output, "an image");
+        if (args_.embed) {
+            writeOptions_.profile = chooseProfile(
+                {inputName(), args_.output, outputFormat_, conversion_, info.profile, info.profileProblem});
         }
-        printNotes(args_.input, info.notes);
-        printNotes(args_.table, tableNotes_);
+        if (!args_.quiet) {
+            printNotes(args_.input, info.notes);
+            printNotes(args_.table, tableNotes_);
+        }
         convert();
     }
 
@@ -107,14 +115,7 @@ private:
         if (!args_.compression.empty()) {
             writeOptions_.compression = parseCompression(args_.compression);
         }
-    }
-
-    void printNotes(const std::string& name, const std::vector<std::string>& notes) const {
-        for (const std::string& note : notes) {
-            if (!args_.quiet) {
-                fmt::print(stderr, "zvclr: note: {}: {}\n", name, note);
-            }
-        }
+        readOptions_.profile = args_.embed || args_.inputProfile == kEmbedded;
     }
 
     void parseYuv() {
@@ -210,10 +211,28 @@ private:
                             "--method icc for the profiles of the library",
                             args_.inputProfile.empty() ? "--input-profile" : "--output-profile"));
         }
-        conversion_.inputProfile =
-            readProfile({"--input-profile", args_.inputProfile, from, "the picture holds", "another picture"});
+        conversion_.inputProfile = inputProfile();
         conversion_.outputProfile =
             readProfile({"--output-profile", args_.outputProfile, to, "the output is to be", "another --to"});
+    }
+
+    std::string inputName() const { return args_.input == "-" ? "standard input" : args_.input; }
+
+    std::vector<uint8_t> inputProfile() const {
+        ProfileRequest request = {"--input-profile", args_.inputProfile, conversion_.from, "the picture holds",
+                                  "another picture"};
+        if (args_.inputProfile != kEmbedded) {
+            return readProfile(request);
+        }
+        const ImageInfo& info = reader_->info();
+        if (info.profile.empty()) {
+            throw ContradictionError(fmt::format(
+                "{} ({}) has no embedded profile{}; give --input-profile a file", inputName(), info.description,
+                info.profileProblem.empty() ? "" : " that can be used: " + info.profileProblem));
+        }
+        request.path = "the profile in " + inputName();
+        checkProfile(request, info.profile);
+        return info.profile;
     }
 
     void settleWhite() {

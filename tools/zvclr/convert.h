@@ -28,6 +28,7 @@ struct ConvertArguments {
     std::optional<int32_t> gcrLevel;
     std::optional<int> quality;
     std::string compression;
+    bool embed = false;
     bool quiet = false;
 };
 

@@ -3,8 +3,11 @@
 #define ZVCLR_TOOLS_INFO_COMMAND_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "profile/report.h"
 
 namespace zvtool {
 
@@ -17,9 +20,10 @@ struct InfoArguments {
     bool strict = false;
 };
 
-/// What `zvclr info` prints for the bytes of a file. With `strict` a report with errors or warnings sets `found`, which
-/// may be null. Throws ImageError for what is no profile.
-std::string infoText(const InfoArguments& arguments, std::vector<uint8_t> bytes, std::string* found = nullptr);
+/// What `zvclr info` prints for the bytes of a file, or for those that lay in an image file. With `strict` a report
+/// with errors or warnings sets `found`, which may be null. Throws ImageError for what is no profile.
+std::string infoText(const InfoArguments& arguments, std::vector<uint8_t> bytes, std::string* found = nullptr,
+                     std::optional<zvinfo::ImageOfProfile> image = std::nullopt);
 
 /// Prints it. Throws ImageError.
 void runInfo(const InfoArguments& arguments);

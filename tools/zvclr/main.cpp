@@ -1,4 +1,4 @@
-// zvclr: converts image files from one colour space to another, and looks into ICC profiles.
+// zvclr: converts image files from one colour space to another, and handles the ICC profiles in them.
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "convert.h"
+#include "embed_command.h"
+#include "extract_command.h"
 #include "image/image.h"
 #include "image/output_file.h"
 #include "info_command.h"
@@ -41,12 +43,21 @@ Methods:
               the same by --table, a file that "zvclr table" makes; cmyk to lab goes in two runs
   builtin     by formulas, between all spaces. --gcr and --lab-params go with it alone
 
+Profiles in images:
+
+  --input-profile embedded
+              takes the profile that is in the input (PNG, JPEG, TIFF). A file of that name is ./embedded
+  --embed     puts the profile that describes the pixels into the output (PNG, JPEG, TIFF): --output-profile; with
+              --method icc the library's profile of the output; with formulas to rgb the library's sRGB profile; and
+              where pixels are copied that of the input. Else there is none, and the conversion is refused
+
 Lab pixels have signed a and b whatever the method, but for raw files with --lab-params.
 
 Examples:
   zvclr convert photo.png press.tif --to cmyk
   zvclr convert press.tif proof.png --to rgb
   zvclr convert photo.png press.tif --to cmyk --input-profile camera.icc --output-profile press.icc
+  zvclr convert photo.jpg press.tif --to cmyk --input-profile embedded --output-profile press.icc --embed
   zvclr convert photo.png photo.tif --to cmyk --method builtin --gcr 500
   zvclr convert press.tif proof.png --to rgb --method emulation
   zvclr convert press.tif proof.png --to rgb --table printer.tif
@@ -68,6 +79,8 @@ the chart, and read the picture of the outcome:
 There are tables from cmyk to rgb (289 x 289 patches), from rgb to lab and from lab to rgb (190 x 190).)";
 
 const char* const kInfoFooter = R"(
+FILE is a profile, or an image with one in it (JPEG, TIFF, PNG, GIF, EPS, Macintosh picture), as for zvclr extract.
+
 It shows the header in plain words, the table of tags with the places of their bodies, what is in every tag, what
 the converters of the library would take of the profile, and problems in four levels:
 
@@ -79,7 +92,44 @@ the converters of the library would take of the profile, and problems in four le
 Profiles of version 2 are read too: by the library where its records fit, and by their bytes otherwise, as the
 lines in brackets tell. Numbers of 16.16 bits are shown with five decimals.
 
-Exit codes: 0 done, 1 it is no profile or cannot be read, or with --strict has errors or warnings, 2 wrong usage.)";
+Exit codes: 0 done, 1 no profile, or it cannot be read or with --strict has errors or warnings, 2 wrong usage.)";
+
+const char* const kExtractFooter = R"(
+Where profiles are found:
+
+  JPEG    in APP2 markers. Their parts are joined in the order of their numbers, and a warning tells when they stand in
+          another order or are missing
+  TIFF    in tag 34675 of the first directory
+  PNG     in the iCCP chunk
+  GIF     in ICCRGBG1 extensions, of which the last one counts
+  EPS     between %%BeginICCProfile and %%EndICCProfile. It is read by the tool itself, since the library drops the
+          last bytes
+  Macintosh picture
+          in comments
+
+Bytes behind the end that a profile states are left out.
+
+Exit codes: 0 done, 1 there is no profile or it cannot be read, 2 wrong usage.)";
+
+const char* const kEmbedFooter = R"(
+Where profiles go:
+
+  JPEG    into APP2 markers, in place of a profile before. Up to 16,707,345 bytes
+  TIFF    into tag 34675 of the first directory, in place of a profile before, whose bytes stay in the file unused
+  PNG     into an iCCP chunk, in place of iCCP and sRGB chunks before
+  GIF     into an ICCRGBG1 extension at the end. One more is added each time; readers take the last one
+
+Pixels are not touched. The image is written anew and takes its name when it is complete; until then the old file
+stays as it is.
+
+The profile must be an ICC profile of a colour space or device, for pixels such as the image has. Whether it describes
+them well, nobody checks: to change pixels to a profile, use zvclr convert.
+
+Examples:
+  zvclr embed camera.icc photo.jpg
+  zvclr embed press.icc page.tif --backup page.old.tif
+
+Exit codes: 0 done, 1 it failed, 2 wrong usage or a contradiction.)";
 
 void addMethodOptions(CLI::App* convert, zvtool::ConvertArguments& args) {
     convert
@@ -87,8 +137,10 @@ void addMethodOptions(CLI::App* convert, zvtool::ConvertArguments& args) {
                      "builtin, icc, custom-icc, emulation or custom-emulation; the default follows from the spaces, "
                      "see below")
         ->check(CLI::IsMember({"builtin", "icc", "custom-icc", "emulation", "custom-emulation"}));
-    convert->add_option("--input-profile", args.inputProfile,
-                        "ICC profile of the input; implies --method custom-icc and goes with --output-profile");
+    convert->add_option(
+        "--input-profile", args.inputProfile,
+        "ICC profile of the input, or \"embedded\" for the one that is in it; implies --method custom-icc "
+        "and goes with --output-profile");
     convert->add_option("--output-profile", args.outputProfile,
                         "ICC profile of the output; implies --method custom-icc and goes with --input-profile");
     convert->add_option("--white", args.white,
@@ -119,6 +171,7 @@ CLI::App* addConvert(CLI::App& app, zvtool::ConvertArguments& args) {
     convert->add_option("--quality", args.quality, "JPEG quality; 92 unless given")->check(CLI::Range(1, 100));
     convert->add_option("--compression", args.compression, "TIFF compression: none, lzw (default) or deflate")
         ->check(CLI::IsMember({"none", "lzw", "deflate"}));
+    convert->add_flag("--embed", args.embed, "Put the profile that describes the pixels into the output, see below");
     convert->add_flag("--quiet,-q", args.quiet, "No notes and no progress line");
     convert->footer(kConvertFooter);
     return convert;
@@ -151,14 +204,35 @@ CLI::App* addTableRead(CLI::App* table, zvtool::TableArguments& args) {
 }
 
 CLI::App* addInfo(CLI::App& app, zvtool::InfoArguments& args) {
-    CLI::App* info = app.add_subcommand("info", "Tell what is in an ICC profile");
-    info->add_option("FILE", args.input, "ICC profile; - is the standard input")->required();
+    CLI::App* info = app.add_subcommand("info", "Tell what is in an ICC profile, or in that of an image");
+    info->add_option("FILE", args.input, "ICC profile, or an image with one; - is a profile on the standard input")
+        ->required();
     CLI::Option* json = info->add_flag("--json", args.json, "The report as JSON, for programs");
     info->add_flag("--svg", args.svg, "A picture of the tone curves and the chromaticities, as SVG")->excludes(json);
     info->add_flag("--all", args.all, "Tables and lists in full length");
     info->add_flag("--strict", args.strict, "Fail when there are errors or warnings");
     info->footer(kInfoFooter);
     return info;
+}
+
+CLI::App* addExtract(CLI::App& app, zvtool::ExtractArguments& args) {
+    CLI::App* extract = app.add_subcommand("extract", "Take the ICC profile out of an image");
+    extract->add_option("IMAGE", args.image, "JPEG, TIFF, PNG, GIF, EPS or Macintosh picture")->required();
+    extract->add_option("OUT", args.output, "Profile to write; - is the standard output")->required();
+    extract->add_flag("--quiet,-q", args.quiet, "No notes and no line at the end");
+    extract->footer(kExtractFooter);
+    return extract;
+}
+
+CLI::App* addEmbed(CLI::App& app, zvtool::EmbedArguments& args) {
+    CLI::App* embed = app.add_subcommand("embed", "Put an ICC profile into an image");
+    embed->add_option("PROFILE", args.profile, "ICC profile; - is the standard input")->required();
+    embed->add_option("IMAGE", args.image, "JPEG, TIFF, PNG or GIF file, which is changed")->required();
+    embed->add_option("--backup", args.backup, "Keep the file as it was under this name");
+    embed->add_flag("--force", args.force, "Also a profile that does not fit the pixels");
+    embed->add_flag("--quiet,-q", args.quiet, "No notes and no line at the end");
+    embed->footer(kEmbedFooter);
+    return embed;
 }
 
 int fail(ExitCode code, const char* text) {
@@ -193,8 +267,9 @@ int runCommand(const std::vector<Command>& commands) {
 }
 
 int run(int argc, char** argv) {
-    CLI::App app("Converts images between the colour spaces of the zvclr library, and looks into ICC profiles.",
-                 "zvclr");
+    CLI::App app(
+        "Converts images between the colour spaces of the zvclr library, and handles the ICC profiles in images.",
+        "zvclr");
     app.set_version_flag("--version", std::string("zvclr ") + ZVCLR_VERSION_STRING);
     app.require_subcommand(1);
     zvtool::ConvertArguments convertArguments;
@@ -208,6 +283,10 @@ int run(int argc, char** argv) {
     const CLI::App* read = addTableRead(table, tableArguments);
     zvtool::InfoArguments infoArguments;
     const CLI::App* info = addInfo(app, infoArguments);
+    zvtool::ExtractArguments extractArguments;
+    const CLI::App* extract = addExtract(app, extractArguments);
+    zvtool::EmbedArguments embedArguments;
+    const CLI::App* embed = addEmbed(app, embedArguments);
     const CLI::App* spaces = app.add_subcommand("spaces", "List the colour spaces");
     try {
         app.parse(argc, argv);
@@ -221,6 +300,8 @@ int run(int argc, char** argv) {
                        {make, [&] { zvtool::runTableMake(chartArguments); }},
                        {read, [&] { zvtool::runTableRead(tableArguments); }},
                        {info, [&] { zvtool::runInfo(infoArguments); }},
+                       {extract, [&] { zvtool::runExtract(extractArguments); }},
+                       {embed, [&] { zvtool::runEmbed(embedArguments); }},
                        {spaces, [] { fmt::print("{}", zvtool::spacesTable()); }}});
 }
 

@@ -28,31 +28,6 @@ uint32_t statedSize(const std::vector<uint8_t>& profile) {
     return uint32_t{profile[0]} << 24 | uint32_t{profile[1]} << 16 | uint32_t{profile[2]} << 8 | profile[3];
 }
 
-// A signature for people: blanks at its end cut off, other bytes as question marks.
-std::string readable(std::string_view signature) {
-    std::string text;
-    for (const char c : signature) {
-        text += c >= ' ' && c <= '~' ? c : '?';
-    }
-    while (!text.empty() && text.back() == ' ') {
-        text.pop_back();
-    }
-    return text;
-}
-
-std::string_view signatureOf(int32_t space) {
-    switch (space) {
-        case CLRSPACE_CMYK:
-            return "CMYK";
-        case CLRSPACE_CMY:
-            return "CMY ";
-        case CLRSPACE_LAB:
-            return "Lab ";
-        default:
-            return "RGB ";
-    }
-}
-
 std::vector<uint8_t> readFile(const ProfileRequest& request) {
     if (request.path == "-") {
         throw ContradictionError(request.option + " takes no standard input; name a file");
@@ -75,25 +50,62 @@ void checkClass(const ProfileRequest& request, const std::vector<uint8_t>& profi
 
 }  // namespace
 
-std::vector<uint8_t> readProfile(const ProfileRequest& request) {
-    std::vector<uint8_t> profile = readFile(request);
+std::string readableSignature(std::string_view signature) {
+    std::string text;
+    for (const char c : signature) {
+        text += c >= ' ' && c <= '~' ? c : '?';
+    }
+    while (!text.empty() && text.back() == ' ') {
+        text.pop_back();
+    }
+    return text;
+}
+
+std::string_view signatureOf(int32_t space) {
+    switch (space) {
+        case CLRSPACE_CMYK:
+        case CLRSPACE_YCCK:  // inks in another notation
+            return "CMYK";
+        case CLRSPACE_CMY:
+            return "CMY ";
+        case CLRSPACE_LAB:
+            return "Lab ";
+        default:
+            return "RGB ";
+    }
+}
+
+std::string_view profileSpace(const std::vector<uint8_t>& profile) { return signatureAt(profile, kSpaceAt); }
+
+std::string profileDamage(const std::vector<uint8_t>& profile) {
     if (profile.size() < kSmallestProfile || signatureAt(profile, kMagicAt) != "acsp") {
-        throw ImageError(fmt::format(
-            "{} is no ICC profile: among its {} bytes \"acsp\" does not stand at byte 36; give {} another file",
-            request.path, profile.size(), request.option));
+        return fmt::format("is no ICC profile: among its {} bytes \"acsp\" does not stand at byte 36", profile.size());
     }
     if (statedSize(profile) > profile.size()) {
-        throw ImageError(fmt::format("{} is cut off: it says that it has {} bytes, but {} are there", request.path,
-                                     statedSize(profile), profile.size()));
+        return fmt::format("is cut off: it says that it has {} bytes, but {} are there", statedSize(profile),
+                           profile.size());
+    }
+    return {};
+}
+
+void checkProfile(const ProfileRequest& request, const std::vector<uint8_t>& profile) {
+    if (const std::string damage = profileDamage(profile); !damage.empty()) {
+        throw ImageError(fmt::format("{} {}; give {} another file", request.path, damage, request.option));
     }
     checkClass(request, profile);
-    const std::string_view found = signatureAt(profile, kSpaceAt);
+    const std::string_view found = profileSpace(profile);
     const std::string_view expected = signatureOf(request.space);
     if (found != expected) {
-        throw ContradictionError(fmt::format(
-            "{} is a profile for {}, but {} {}; give {} a profile for {}, or {}", request.path, readable(found),
-            request.holder, zvimage::spaceOf(request.space).name, request.option, readable(expected), request.instead));
+        throw ContradictionError(fmt::format("{} is a profile for {}, but {} {}; give {} a profile for {}, or {}",
+                                             request.path, readableSignature(found), request.holder,
+                                             zvimage::spaceOf(request.space).name, request.option,
+                                             readableSignature(expected), request.instead));
     }
+}
+
+std::vector<uint8_t> readProfile(const ProfileRequest& request) {
+    std::vector<uint8_t> profile = readFile(request);
+    checkProfile(request, profile);
     return profile;
 }
 

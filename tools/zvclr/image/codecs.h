@@ -13,10 +13,10 @@ namespace zvimage {
 using Input = std::unique_ptr<InputFile>;
 using Output = std::unique_ptr<OutputFile>;
 
-std::unique_ptr<ImageReader> openPng(Input input);
-/// With `asYcck` a YCCK file delivers its own pixels and not CMYK.
-std::unique_ptr<ImageReader> openJpeg(Input input, bool asYcck);
-std::unique_ptr<ImageReader> openTiff(Input input);
+std::unique_ptr<ImageReader> openPng(Input input, const ReadOptions& options);
+/// When ycck is asked for, a YCCK file delivers its own pixels and not CMYK.
+std::unique_ptr<ImageReader> openJpeg(Input input, const ReadOptions& options);
+std::unique_ptr<ImageReader> openTiff(Input input, const ReadOptions& options);
 std::unique_ptr<ImageReader> openPnm(Input input);
 std::unique_ptr<ImageReader> openRaw(Input input, const ReadOptions& options);
 
@@ -27,8 +27,8 @@ struct OutputImage {
     int64_t bytes(int64_t rows) const { return layoutOf(space).bytes(width, rows); }
 };
 
-std::unique_ptr<ImageWriter> createPng(Output output, const OutputImage& image);
-std::unique_ptr<ImageWriter> createJpeg(Output output, const OutputImage& image, int quality);
+std::unique_ptr<ImageWriter> createPng(Output output, const OutputImage& image, const WriteOptions& options);
+std::unique_ptr<ImageWriter> createJpeg(Output output, const OutputImage& image, const WriteOptions& options);
 std::unique_ptr<ImageWriter> createTiff(Output output, const OutputImage& image, const WriteOptions& options);
 std::unique_ptr<ImageWriter> createPnm(Output output, const OutputImage& image);
 std::unique_ptr<ImageWriter> createRaw(Output output, const OutputImage& image);

@@ -75,11 +75,11 @@ Format chooseInputFormat(InputFile& input, const std::string& path, const ReadOp
 std::unique_ptr<ImageReader> openFormat(Format format, Input input, const ReadOptions& options) {
     switch (format) {
         case Format::kPng:
-            return openPng(std::move(input));
+            return openPng(std::move(input), options);
         case Format::kJpeg:
-            return openJpeg(std::move(input), options.space == CLRSPACE_YCCK);
+            return openJpeg(std::move(input), options);
         case Format::kTiff:
-            return openTiff(std::move(input));
+            return openTiff(std::move(input), options);
         case Format::kPnm:
             return openPnm(std::move(input));
         case Format::kRaw:
@@ -223,9 +223,9 @@ std::unique_ptr<ImageWriter> createImage(const std::string& path, int32_t width,
     const OutputImage image = {width, height, space};
     switch (format) {
         case Format::kPng:
-            return createPng(std::move(output), image);
+            return createPng(std::move(output), image, options);
         case Format::kJpeg:
-            return createJpeg(std::move(output), image, options.quality);
+            return createJpeg(std::move(output), image, options);
         case Format::kTiff:
             return createTiff(std::move(output), image, options);
         case Format::kPnm:

@@ -31,6 +31,9 @@ public:
 /// Largest width and height: keeps a strip of a few rows well below the 2^31 bytes of one library call.
 constexpr int32_t kMaxDimension = 1000000;
 
+/// Press profiles have some megabytes; anything larger was named by mistake.
+constexpr size_t kMaxProfile = size_t{64} << 20;
+
 enum class Format { kPng, kJpeg, kTiff, kPnm, kRaw };
 
 /// Bytes of raw pixels: planes that follow each other, each made of units of `unitBytes` bytes for
@@ -65,6 +68,8 @@ struct ImageInfo {
     int32_t rowUnit = 1;             ///< rows asked for at once must be a multiple of this
     std::string description;         ///< for people, for example "PNG, 16 bit grey"
     std::vector<std::string> notes;  ///< what a reader had to leave out or change
+    std::vector<uint8_t> profile;    ///< the embedded ICC profile, if it was asked for and the file has one
+    std::string profileProblem;      ///< why the file's profile is left out
 };
 
 class ImageReader {
@@ -102,6 +107,7 @@ struct ReadOptions {
     int32_t width = 0;             ///< raw pixels only
     int32_t height = 0;
     std::optional<RawLayout> layout;  ///< raw pixels in another layout than the library's
+    bool profile = false;             ///< the embedded ICC profile is wanted
 };
 
 enum class TiffCompression { kNone, kLzw, kDeflate };
@@ -110,7 +116,8 @@ struct WriteOptions {
     std::optional<Format> format;  ///< by extension when absent
     int quality = 92;              ///< JPEG
     TiffCompression compression = TiffCompression::kLzw;
-    bool oneStrip = false;  ///< TIFF: all rows in one strip, which is held in memory
+    bool oneStrip = false;         ///< TIFF: all rows in one strip, which is held in memory
+    std::vector<uint8_t> profile;  ///< ICC profile to embed; PNG, JPEG and TIFF hold one
 };
 
 /// Opens an image; "-" is the standard input.

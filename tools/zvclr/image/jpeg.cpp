@@ -6,6 +6,8 @@
 #include <jpeglib.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
 
 #include "codecs.h"
 #include "samples.h"
@@ -24,6 +26,8 @@ struct JpegErrors {
     jpeg_error_mgr manager;
     jmp_buf jump;
     char text[JMSG_LENGTH_MAX];
+    bool readingProfile;
+    bool brokenProfile;
 };
 
 [[noreturn]] void onError(j_common_ptr jpeg) {
@@ -36,6 +40,12 @@ struct JpegErrors {
 bool harmless(int code) { return code == JWRN_EXTRANEOUS_DATA || code == JWRN_ADOBE_XFORM || code == JWRN_JFIF_MAJOR; }
 
 void onMessage(j_common_ptr jpeg, int level) {
+    // Not told by its code, whose number depends on how libjpeg was built.
+    auto* errors = reinterpret_cast<JpegErrors*>(jpeg->err);
+    if (level < 0 && errors->readingProfile) {
+        errors->brokenProfile = true;
+        return;
+    }
     if (level < 0 && !harmless(jpeg->err->msg_code)) {
         onError(jpeg);
     }
@@ -55,13 +65,33 @@ jpeg_error_mgr* prepareErrors(JpegErrors& errors) {
 struct JpegSource {
     jpeg_source_mgr manager;
     InputFile* input;
+    bool savesMarkers;  ///< until the header is read
     uint8_t bytes[kBufferBytes];
 };
 
 void onSourceStart(j_decompress_ptr) {}
 
+// libjpeg keeps as many markers as a file has, and walks through all of them for each new one.
+void checkSavedMarkers(j_decompress_ptr jpeg) {
+    constexpr size_t kMostMarkers = 8192;
+    size_t count = 0;
+    size_t bytes = 0;
+    for (const auto* marker = jpeg->marker_list; marker != nullptr; marker = marker->next) {
+        ++count;
+        bytes += marker->data_length;
+    }
+    if (count > kMostMarkers || bytes > kMaxProfile) {
+        auto* errors = reinterpret_cast<JpegErrors*>(jpeg->err);
+        std::strncpy(errors->text, "it has more APP2 markers than a profile needs", sizeof errors->text - 1);
+        longjmp(errors->jump, 1);
+    }
+}
+
 boolean onSourceFill(j_decompress_ptr jpeg) {
     auto* source = reinterpret_cast<JpegSource*>(jpeg->src);
+    if (source->savesMarkers) {
+        checkSavedMarkers(jpeg);
+    }
     const int64_t got = source->input->read(source->bytes, kBufferBytes);
     if (got <= 0) {
         ERREXIT(jpeg, got < 0 ? JERR_FILE_READ : JERR_INPUT_EOF);
@@ -83,15 +113,33 @@ void onSourceSkip(j_decompress_ptr jpeg, long count) {
     }
 }
 
+/// libjpeg allocates it.
+struct JpegProfile {
+    JpegProfile() = default;
+    JpegProfile(const JpegProfile&) = delete;
+    JpegProfile& operator=(const JpegProfile&) = delete;
+    ~JpegProfile() { std::free(bytes); }
+
+    JOCTET* bytes = nullptr;
+    unsigned int size = 0;
+};
+
 class JpegReader : public ImageReader {
 public:
-    JpegReader(Input input, bool asYcck) : input_(std::move(input)), asYcck_(asYcck) {
+    JpegReader(Input input, const ReadOptions& options)
+        : input_(std::move(input)), asYcck_(options.space == CLRSPACE_YCCK) {
         jpeg_.err = prepareErrors(errors_);
         source_.input = input_.get();
-        if (!start()) {
+        JpegProfile profile;
+        if (!start(options.profile ? &profile : nullptr)) {
             const std::string text = errors_.text;
             jpeg_destroy_decompress(&jpeg_);
             throw ImageError(fmt::format("{} is damaged or not supported: {}", input_->name(), text));
+        }
+        if (profile.size != 0) {
+            info_.profile.assign(profile.bytes, profile.bytes + profile.size);
+        } else if (errors_.brokenProfile) {
+            info_.profileProblem = "its parts are missing or contradict each other";
         }
         info_.width = static_cast<int32_t>(jpeg_.output_width);
         info_.height = static_cast<int32_t>(jpeg_.output_height);
@@ -133,7 +181,7 @@ private:
         throw ImageError(fmt::format("{} is damaged: {}", input_->name(), errors_.text));
     }
 
-    bool start() {
+    bool start(JpegProfile* profile) {
         if (setjmp(errors_.jump) != 0) {
             return false;
         }
@@ -147,7 +195,17 @@ private:
         source_.manager.term_source = onSourceStart;
         source_.manager.bytes_in_buffer = 0;
         source_.manager.next_input_byte = nullptr;
+        if (profile != nullptr) {
+            jpeg_save_markers(&jpeg_, JPEG_APP0 + 2, 0xFFFF);
+        }
+        source_.savesMarkers = profile != nullptr;
         jpeg_read_header(&jpeg_, TRUE);
+        source_.savesMarkers = false;
+        if (profile != nullptr) {
+            errors_.readingProfile = true;
+            jpeg_read_icc_profile(&jpeg_, &profile->bytes, &profile->size);
+            errors_.readingProfile = false;
+        }
         switch (jpeg_.jpeg_color_space) {
             case JCS_GRAYSCALE:
             case JCS_RGB:
@@ -224,11 +282,11 @@ void onTargetEnd(j_compress_ptr jpeg) {
 
 class JpegWriter : public ImageWriter {
 public:
-    JpegWriter(Output output, const OutputImage& image, int quality)
+    JpegWriter(Output output, const OutputImage& image, const WriteOptions& options)
         : output_(std::move(output)), image_(image), line_(static_cast<size_t>(image.bytes(1))) {
         jpeg_.err = prepareErrors(errors_);
         target_.output = output_.get();
-        if (!start(quality)) {
+        if (!start(options)) {
             const std::string text = errors_.text;
             jpeg_destroy_compress(&jpeg_);
             throw ImageError(fmt::format("cannot write {}: {}", output_->name(), text));
@@ -266,7 +324,7 @@ private:
         throw ImageError(fmt::format("cannot write {}: {}", output_->name(), errors_.text));
     }
 
-    bool start(int quality) {
+    bool start(const WriteOptions& options) {
         if (setjmp(errors_.jump) != 0) {
             return false;
         }
@@ -282,7 +340,7 @@ private:
                                : image_.space == CLRSPACE_CMYK ? JCS_CMYK
                                                                : JCS_YCCK;
         jpeg_set_defaults(&jpeg_);
-        jpeg_set_quality(&jpeg_, quality, TRUE);
+        jpeg_set_quality(&jpeg_, options.quality, TRUE);
         if (image_.space == CLRSPACE_YCCK) {
             for (int i = 0; i < jpeg_.num_components; ++i) {
                 jpeg_.comp_info[i].h_samp_factor = 1;
@@ -290,6 +348,9 @@ private:
             }
         }
         jpeg_start_compress(&jpeg_, TRUE);
+        if (!options.profile.empty()) {
+            jpeg_write_icc_profile(&jpeg_, options.profile.data(), static_cast<unsigned int>(options.profile.size()));
+        }
         return true;
     }
 
@@ -320,12 +381,12 @@ private:
 
 }  // namespace
 
-std::unique_ptr<ImageReader> openJpeg(Input input, bool asYcck) {
-    return std::make_unique<JpegReader>(std::move(input), asYcck);
+std::unique_ptr<ImageReader> openJpeg(Input input, const ReadOptions& options) {
+    return std::make_unique<JpegReader>(std::move(input), options);
 }
 
-std::unique_ptr<ImageWriter> createJpeg(Output output, const OutputImage& image, int quality) {
-    return std::make_unique<JpegWriter>(std::move(output), image, quality);
+std::unique_ptr<ImageWriter> createJpeg(Output output, const OutputImage& image, const WriteOptions& options) {
+    return std::make_unique<JpegWriter>(std::move(output), image, options);
 }
 
 }  // namespace zvimage

@@ -21,17 +21,39 @@ namespace {
 constexpr size_t kBufferBytes = 65536;
 constexpr std::array kSignals = {SIGHUP, SIGINT, SIGTERM};
 
-// What a signal handler may read: one unfinished file per process.
-char unfinishedName[PATH_MAX];
-volatile std::sig_atomic_t unfinished = 0;
+// What a signal handler may read: an output and a copy of what was there before.
+struct Unfinished {
+    char name[PATH_MAX];
+    volatile std::sig_atomic_t used;
+};
+std::array<Unfinished, 2> unfinished;
 
 void removeUnfinished(int signal) {
-    if (unfinished != 0) {
-        ::unlink(unfinishedName);
+    for (const Unfinished& file : unfinished) {
+        if (file.used != 0) {
+            ::unlink(file.name);
+        }
     }
     // The signal is blocked here and ends the process on return.
     std::signal(signal, SIG_DFL);
     std::raise(signal);
+}
+
+// The signals are blocked while these run.
+void noteUnfinished(const std::string& name) {
+    for (Unfinished& file : unfinished) {
+        if (file.used == 0 && name.size() < sizeof file.name) {
+            std::memcpy(file.name, name.c_str(), name.size() + 1);
+            file.used = 1;
+            return;
+        }
+    }
+}
+
+void noteFinished(const std::string& name) {
+    for (Unfinished& file : unfinished) {
+        file.used = file.used != 0 && name != file.name ? 1 : 0;
+    }
 }
 
 class BlockedSignals {
@@ -128,10 +150,7 @@ void OutputFile::createTemporary() {
     if (::fchmod(descriptor_, exists ? status.st_mode & 0777 : 0666 & ~currentUmask()) != 0) {
         error_ = errno;
     }
-    if (unfinished == 0 && name.size() < sizeof unfinishedName) {
-        std::memcpy(unfinishedName, name.c_str(), name.size() + 1);
-        unfinished = 1;
-    }
+    noteUnfinished(name);
 }
 
 OutputFile::~OutputFile() {
@@ -141,9 +160,7 @@ OutputFile::~OutputFile() {
     if (!temporary_.empty()) {
         const BlockedSignals blocked;
         ::unlink(temporary_.c_str());
-        if (temporary_ == unfinishedName) {
-            unfinished = 0;
-        }
+        noteFinished(temporary_);
     }
 }
 
@@ -181,10 +198,14 @@ void OutputFile::write(const void* data, size_t count) {
     }
 }
 
-void OutputFile::commit() {
+void OutputFile::handOver() {
     if (!flush()) {
         fail();
     }
+}
+
+void OutputFile::commit() {
+    handOver();
     if (owned_) {
         owned_ = false;
         if (::close(descriptor_) != 0) {
@@ -200,9 +221,7 @@ void OutputFile::commit() {
         error_ = errno;
         fail();
     }
-    if (temporary_ == unfinishedName) {
-        unfinished = 0;
-    }
+    noteFinished(temporary_);
     temporary_.clear();
 }
 

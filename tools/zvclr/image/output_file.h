@@ -28,6 +28,10 @@ public:
     /// True when the descriptor may be written at any place.
     bool seekable() const { return !temporary_.empty(); }
     int descriptor() const { return descriptor_; }
+    /// Where the file is written until it takes its name, for others that write on; empty where it has none.
+    const std::string& temporary() const { return temporary_; }
+    /// Hands all bytes over to the system, so that others find them.
+    void handOver();
 
     /// Flushes the bytes and gives the file its name.
     void commit();

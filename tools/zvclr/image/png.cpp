@@ -16,9 +16,13 @@ namespace {
 // reports by its result, and the caller throws.
 
 constexpr size_t kMessageBytes = 256;
+constexpr size_t kMaxChunk = size_t{8} << 20;
+constexpr png_byte kTextChunks[] = "tEXt\0zTXt\0iTXt";  // each with its zero byte
+constexpr int kTextChunkCount = 3;
 
 struct PngMessage {
     char text[kMessageBytes] = "unknown error";
+    char profile[kMessageBytes] = "";  ///< the first warning about the embedded profile
 };
 
 void onError(png_structp png, png_const_charp text) {
@@ -27,7 +31,12 @@ void onError(png_structp png, png_const_charp text) {
     png_longjmp(png, 1);
 }
 
-void onWarning(png_structp, png_const_charp) {}
+void onWarning(png_structp png, png_const_charp text) {
+    auto* message = static_cast<PngMessage*>(png_get_error_ptr(png));
+    if (message->profile[0] == 0 && std::strncmp(text, "iCCP: ", 6) == 0) {
+        std::strncpy(message->profile, text, kMessageBytes - 1);
+    }
+}
 
 void onRead(png_structp png, png_bytep data, size_t count) {
     const int64_t got = static_cast<InputFile*>(png_get_io_ptr(png))->read(data, count);
@@ -53,18 +62,21 @@ struct FreeBytes {
 
 class PngReader : public ImageReader {
 public:
-    explicit PngReader(Input input) : input_(std::move(input)) {
+    PngReader(Input input, bool wantsProfile) : input_(std::move(input)) {
         png_ = png_create_read_struct(PNG_LIBPNG_VER_STRING, &message_, onError, onWarning);
         pngInfo_ = png_ != nullptr ? png_create_info_struct(png_) : nullptr;
         if (pngInfo_ == nullptr) {
             png_destroy_read_struct(&png_, nullptr, nullptr);
             throw std::bad_alloc();
         }
-        if (!readHeader()) {
+        if (!readHeader(wantsProfile)) {
             release();
             damaged();
         }
         describe();
+        if (wantsProfile) {
+            takeProfile();
+        }
     }
 
     ~PngReader() override { release(); }
@@ -106,13 +118,16 @@ private:
     bool alpha() const { return channels_ == 4; }
     size_t rowBytes() const { return static_cast<size_t>(width_) * channels_; }
 
-    bool readHeader() {
+    bool readHeader(bool wantsProfile) {
         if (setjmp(png_jmpbuf(png_)) != 0) {
             return false;
         }
         png_set_read_fn(png_, input_.get(), onRead);
         png_set_user_limits(png_, kMaxDimension, kMaxDimension);
-        png_set_chunk_malloc_max(png_, 8U << 20);
+        png_set_chunk_malloc_max(png_, wantsProfile ? kMaxProfile : kMaxChunk);
+        png_set_option(png_, PNG_SKIP_sRGB_CHECK_PROFILE, PNG_OPTION_ON);
+        // They unpack to a thousand times their size, and nobody asks for them.
+        png_set_keep_unknown_chunks(png_, PNG_HANDLE_CHUNK_NEVER, kTextChunks, kTextChunkCount);
         png_read_info(png_, pngInfo_);
         width_ = png_get_image_width(png_, pngInfo_);
         height_ = png_get_image_height(png_, pngInfo_);
@@ -125,6 +140,18 @@ private:
         png_read_update_info(png_, pngInfo_);
         channels_ = png_get_channels(png_, pngInfo_);
         return true;
+    }
+
+    void takeProfile() {
+        png_charp name = nullptr;
+        int compression = 0;
+        png_bytep bytes = nullptr;
+        png_uint_32 size = 0;
+        if (png_get_iCCP(png_, pngInfo_, &name, &compression, &bytes, &size) == PNG_INFO_iCCP) {
+            info_.profile.assign(bytes, bytes + size);
+        } else {
+            info_.profileProblem = message_.profile;
+        }
     }
 
     bool readRow(uint8_t* row) {
@@ -223,14 +250,15 @@ private:
 
 class PngWriter : public ImageWriter {
 public:
-    PngWriter(Output output, const OutputImage& image) : output_(std::move(output)), image_(image) {
+    PngWriter(Output output, const OutputImage& image, const std::vector<uint8_t>& profile)
+        : output_(std::move(output)), image_(image) {
         png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, &message_, onError, onWarning);
         pngInfo_ = png_ != nullptr ? png_create_info_struct(png_) : nullptr;
         if (pngInfo_ == nullptr) {
             png_destroy_write_struct(&png_, nullptr);
             throw std::bad_alloc();
         }
-        if (!writeHeader()) {
+        if (!writeHeader(profile)) {
             release();
             failed();
         }
@@ -264,7 +292,7 @@ private:
 
     void release() { png_destroy_write_struct(&png_, &pngInfo_); }
 
-    bool writeHeader() {
+    bool writeHeader(const std::vector<uint8_t>& profile) {
         if (setjmp(png_jmpbuf(png_)) != 0) {
             return false;
         }
@@ -272,6 +300,15 @@ private:
         png_set_user_limits(png_, kMaxDimension, kMaxDimension);
         png_set_IHDR(png_, pngInfo_, static_cast<png_uint_32>(image_.width), static_cast<png_uint_32>(image_.height), 8,
                      PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+        if (!profile.empty()) {
+            png_set_option(png_, PNG_SKIP_sRGB_CHECK_PROFILE, PNG_OPTION_ON);
+            png_set_iCCP(png_, pngInfo_, "ICC profile", PNG_COMPRESSION_TYPE_BASE, profile.data(),
+                         static_cast<png_uint_32>(profile.size()));
+            // It may leave out what it does not like.
+            if (png_get_valid(png_, pngInfo_, PNG_INFO_iCCP) == 0) {
+                png_error(png_, "the profile is not one that PNG files hold");
+            }
+        }
         png_write_info(png_, pngInfo_);
         return true;
     }
@@ -301,10 +338,12 @@ private:
 
 }  // namespace
 
-std::unique_ptr<ImageReader> openPng(Input input) { return std::make_unique<PngReader>(std::move(input)); }
+std::unique_ptr<ImageReader> openPng(Input input, const ReadOptions& options) {
+    return std::make_unique<PngReader>(std::move(input), options.profile);
+}
 
-std::unique_ptr<ImageWriter> createPng(Output output, const OutputImage& image) {
-    return std::make_unique<PngWriter>(std::move(output), image);
+std::unique_ptr<ImageWriter> createPng(Output output, const OutputImage& image, const WriteOptions& options) {
+    return std::make_unique<PngWriter>(std::move(output), image, options.profile);
 }
 
 }  // namespace zvimage

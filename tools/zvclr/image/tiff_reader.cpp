@@ -137,10 +137,13 @@ private:
 
 class TiffReader : public ImageReader {
 public:
-    explicit TiffReader(Input input) : input_(std::move(input)) {
+    TiffReader(Input input, bool wantsProfile) : input_(std::move(input)) {
         input_->makeSeekable();
         planes_.push_back(std::make_unique<TiffPlane>(*input_, uint16_t{0}));
         readFields();
+        if (wantsProfile) {
+            readProfile();
+        }
         const int needed = colours_ + (alpha_ != Alpha::kNone ? 1 : 0);
         planes_[0]->prepare(width());
         for (int i = 1; separate_ && i < needed; ++i) {
@@ -198,6 +201,19 @@ private:
             readPalette();
         }
         describe();
+    }
+
+    void readProfile() {
+        uint32_t size = 0;
+        const uint8_t* bytes = nullptr;
+        if (TIFFGetField(planes_[0]->get(), TIFFTAG_ICCPROFILE, &size, &bytes) != 1 || bytes == nullptr) {
+            return;
+        }
+        if (size > kMaxProfile) {
+            info_.profileProblem = fmt::format("it is larger than {} MB", kMaxProfile >> 20);
+        } else {
+            info_.profile.assign(bytes, bytes + size);
+        }
     }
 
     void readKind(int photometric, int compression) {
@@ -407,6 +423,8 @@ private:
 
 }  // namespace
 
-std::unique_ptr<ImageReader> openTiff(Input input) { return std::make_unique<TiffReader>(std::move(input)); }
+std::unique_ptr<ImageReader> openTiff(Input input, const ReadOptions& options) {
+    return std::make_unique<TiffReader>(std::move(input), options.profile);
+}
 
 }  // namespace zvimage

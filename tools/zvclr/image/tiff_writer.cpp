@@ -37,7 +37,8 @@ public:
             }
             stream_.descriptor = ::fileno(spool_.get());
         }
-        const bool big = needsBigTiff(image.bytes(image.height), options.compression);
+        const bool big =
+            needsBigTiff(image.bytes(image.height) + static_cast<int64_t>(options.profile.size()), options.compression);
         tiff_ = openTiffStream(stream_, output_->name(), big ? "w8" : "w");
         if (!tiff_ || !setFields(options)) {
             failed();
@@ -98,6 +99,10 @@ private:
                     set(TIFFTAG_ROWSPERSTRIP, static_cast<int>(std::min<int64_t>(rowsPerStrip, image_.height)));
         if (image_.space == CLRSPACE_CMYK) {
             done = done && set(TIFFTAG_INKSET, INKSET_CMYK);
+        }
+        if (!options.profile.empty()) {
+            done = done && TIFFSetField(tiff_.get(), TIFFTAG_ICCPROFILE, static_cast<uint32_t>(options.profile.size()),
+                                        options.profile.data()) == 1;
         }
         if (compression != TiffCompression::kNone) {
             done = done && set(TIFFTAG_PREDICTOR, PREDICTOR_HORIZONTAL);

@@ -145,6 +145,12 @@ Json sideJson(const EngineSide& side) {
 std::string reportJson(const Profile& profile, const Report& report) {
     Json json;
     json["file"] = report.file;
+    if (report.image) {
+        json["image"] = {{"format", report.image->key},
+                         {"embedded", report.image->place},
+                         {"parts", report.image->parts},
+                         {"remarks", report.image->remarks}};
+    }
     json["bytes"] = profile.bytes().size();
     json["header"] = Json::object();
     addMembers(json["header"], report.header);

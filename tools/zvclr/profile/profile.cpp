@@ -18,8 +18,6 @@ using zvimage::ImageError;
 
 namespace {
 
-// Press profiles have some megabytes; anything larger was named by mistake.
-constexpr size_t kLargestProfile = size_t{64} << 20;
 // Real profiles have some dozens; some checks take time with the square of the number.
 constexpr uint32_t kMostTags = 1024;
 constexpr size_t kVersionAt = 8;
@@ -162,15 +160,15 @@ std::vector<uint8_t> readProfileFile(const std::string& path, const std::string&
     std::vector<uint8_t> bytes;
     constexpr size_t kBlock = size_t{1} << 20;
     size_t got = kBlock;
-    while (got == kBlock && bytes.size() <= kLargestProfile) {
+    while (got == kBlock && bytes.size() <= zvimage::kMaxProfile) {
         const size_t start = bytes.size();
         bytes.resize(start + kBlock);
         got = file.readUpTo(bytes.data() + start, kBlock);
         bytes.resize(start + got);
     }
-    if (bytes.size() > kLargestProfile) {
+    if (bytes.size() > zvimage::kMaxProfile) {
         throw ImageError(fmt::format("{} is larger than {} MB, which no ICC profile is{}", file.name(),
-                                     kLargestProfile >> 20, advice));
+                                     zvimage::kMaxProfile >> 20, advice));
     }
     return bytes;
 }

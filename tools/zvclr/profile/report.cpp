@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 #include "names.h"
 
@@ -131,9 +132,10 @@ std::string fileName(const std::string& path) {
 
 }  // namespace
 
-Report makeReport(const Profile& profile, const Style& style) {
+Report makeReport(const Profile& profile, const Style& style, std::optional<ImageOfProfile> image) {
     Report report;
-    report.file = fileName(profile.name());
+    report.file = fileName(image ? image->path : profile.name());
+    report.image = std::move(image);
     report.header = headerNodes(profile);
     report.contents = decodeAll(profile, style);
     report.engine = engineUse(profile);

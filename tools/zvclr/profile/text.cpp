@@ -119,8 +119,17 @@ void appendProblems(std::string& out, const std::vector<Problem>& problems) {
 }  // namespace
 
 std::string reportText(const Profile& profile, const Report& report) {
-    std::string out =
-        fmt::format("{}: ICC profile, {} bytes\n\nHeader\n", printable(report.file), profile.bytes().size());
+    std::string out;
+    if (report.image) {
+        out = fmt::format("{}: {} with an ICC profile, {} bytes\nEmbedded: {}\n", printable(report.file),
+                          report.image->name, profile.bytes().size(), report.image->place);
+        for (const std::string& remark : report.image->remarks) {
+            out += fmt::format("  [{}]\n", remark);
+        }
+    } else {
+        out = fmt::format("{}: ICC profile, {} bytes\n", printable(report.file), profile.bytes().size());
+    }
+    out += "\nHeader\n";
     appendNodes(out, report.header, 2);
     appendTable(out, profile);
     appendContents(out, profile, report);
