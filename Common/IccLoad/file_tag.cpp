@@ -16,7 +16,7 @@ int32_t IccReadFileTag(const ZvChar* fileName, ClrIccProfile* profile, const voi
     if (profile->profileData == nullptr) return ERR_FAILURE;
     result = HostReadFileTag(fileName, kIccFileTag, &type, &count, profile->profileData, loadOptions);
     // Another process may have put a shorter one there meanwhile.
-    profile->profileSize = std::min(profile->profileSize, count);
+    if (count < profile->profileSize) profile->profileSize = count;
     return std::min(result, int32_t{CLR_SUCCESS});
 }
 
