@@ -86,7 +86,10 @@ int32_t HostReadFileTag(const ZvChar*, uint32_t, uint16_t*, uint64_t*, uint8_t*,
 }
 int32_t HostSetFileTag(uint32_t, uint16_t, uint64_t, const uint8_t*) noexcept { return ERR_FAILURE; }
 int32_t HostRewriteFileTags(const ZvChar*, const SAVEFILEOPTION*) noexcept { return ERR_FAILURE; }
-int32_t SAVEFILEOPTION_Conv::Begin() noexcept { return ERR_FAILURE; }
+int32_t SAVEFILEOPTION_Conv::Begin() noexcept {
+    value_ = options_ != nullptr ? &wide_ : nullptr;
+    return ERR_FAILURE;
+}
 Zv_A2W::~Zv_A2W() = default;
 int32_t Zv_A2W::Convert(const char*) noexcept { return ERR_FAILURE; }
 
