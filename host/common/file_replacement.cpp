@@ -23,8 +23,13 @@ uint32_t NextNumber() noexcept {
 }
 
 /// Windows may fail with the old file gone, or under its backup's name: the new one must not go then too.
-bool LeftOnlyTheNewFile(DWORD error, bool hasBackup) noexcept {
-    return error == ERROR_UNABLE_TO_MOVE_REPLACEMENT_2 || (error == ERROR_UNABLE_TO_MOVE_REPLACEMENT && !hasBackup);
+bool LeftOnlyTheNewFile(DWORD error, const ZvChar* name) noexcept {
+    if (error != ERROR_UNABLE_TO_MOVE_REPLACEMENT && error != ERROR_UNABLE_TO_MOVE_REPLACEMENT_2) return false;
+    WIN32_FIND_DATAW data;
+    const HANDLE search = FindFirstFileW(name, &data);
+    if (search == INVALID_HANDLE_VALUE) return true;
+    FindClose(search);
+    return false;
 }
 
 }  // namespace
@@ -103,7 +108,7 @@ int32_t FileReplacement::Commit(ImageFile* old) noexcept {
     old->Close();
     if (!flushed || !closed) return ERR_FILE_WRITE;
     const bool replaced = ReplaceFileW(final_, temporary_, backup_, 0, nullptr, nullptr) != FALSE;
-    if (replaced || LeftOnlyTheNewFile(GetLastError(), backup_ != nullptr)) temporary_[0] = 0;
+    if (replaced || LeftOnlyTheNewFile(GetLastError(), final_)) temporary_[0] = 0;
     return replaced ? int32_t{CLR_SUCCESS} : int32_t{ERR_FILE_WRITE};
 }
 
