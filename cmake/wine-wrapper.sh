@@ -1,10 +1,11 @@
 #!/bin/sh
-# Runs a Windows program: cmake and ctest call this in front of each.
+# Runs a Windows program: cmake and ctest call this in front of each. `--prepare` only makes wine's prefix.
 # Output goes through a file, since wine's helper processes would hold a pipe open long after the program ended.
 root=$(cd "$(dirname "$0")/.." && pwd) || exit 99
 # shellcheck source=scripts/wine-env.sh
 . "$root/scripts/wine-env.sh"
 zvclr_wine_prepare || exit 99
+[ "$1" = --prepare ] && exit 0
 output=$(mktemp) || exit 99
 trap 'rm -f "$output"' EXIT
 "$ZVCLR_WINE" "$@" >"$output" 2>&1 </dev/null

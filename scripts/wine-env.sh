@@ -16,26 +16,45 @@ unset DISPLAY
 # Idle for three seconds, the server ends its helpers, and a program that starts in that moment is lost with them.
 zvclr_wine_keep_server() { "$ZVCLR_WINESERVER" -p300 </dev/null >/dev/null 2>&1 || true; }
 
+# A prefix needs some twenty starts of programs, any of which wine may lose, and a server that outlived an earlier
+# prefix in this place would answer for the new one: so it starts with no server, and from nothing after a failure.
+# A prefix that somebody else made is taken as it is.
+zvclr_wine_make_prefix() {
+    zvclr_wine_log=$WINEPREFIX.log
+    zvclr_wine_ours=1
+    [ -e "$WINEPREFIX/system.reg" ] && zvclr_wine_ours=
+    for zvclr_wine_try in 1 2 3; do
+        if [ -n "$zvclr_wine_ours" ]; then
+            "$ZVCLR_WINESERVER" -k </dev/null >/dev/null 2>&1 9>&-
+            rm -rf "$WINEPREFIX"
+        fi
+        mkdir -p "$WINEPREFIX" || return 1
+        # Dialogs run without any display.
+        if "$ZVCLR_WINE" wineboot --init </dev/null >"$zvclr_wine_log" 2>&1 9>&- &&
+            "$ZVCLR_WINE" reg add 'HKCU\Software\Wine\Drivers' /v Graphics /t REG_SZ /d null /f \
+                </dev/null >>"$zvclr_wine_log" 2>&1 9>&-; then
+            "$ZVCLR_WINESERVER" -w 9>&-
+            : >"$WINEPREFIX/.zvclr-ready"
+            return 0
+        fi
+        echo "wine did not make its prefix $WINEPREFIX (try $zvclr_wine_try of 3):" >&2
+        tr -d '\r' <"$zvclr_wine_log" >&2
+    done
+    return 1
+}
+
 # Makes the prefix once; parallel callers wait for the first.
 zvclr_wine_prepare() {
-    if [ -e "$WINEPREFIX/.zvclr-ready" ]; then
-        zvclr_wine_keep_server
-        return 0
+    if [ ! -e "$WINEPREFIX/.zvclr-ready" ]; then
+        if [ ! -x "$ZVCLR_WINE" ]; then
+            echo "wine64 is missing: install the package wine64" >&2
+            return 1
+        fi
+        mkdir -p "${WINEPREFIX%/*}" || return 1
+        (
+            flock 9 || exit 1
+            [ -e "$WINEPREFIX/.zvclr-ready" ] || zvclr_wine_make_prefix
+        ) 9>"$WINEPREFIX.lock" || return 1
     fi
-    if [ ! -x "$ZVCLR_WINE" ]; then
-        echo "wine64 is missing: install the package wine64" >&2
-        return 1
-    fi
-    mkdir -p "$WINEPREFIX" || return 1
-    (
-        flock 9 || exit 1
-        [ -e "$WINEPREFIX/.zvclr-ready" ] && exit 0
-        "$ZVCLR_WINE" wineboot --init </dev/null >/dev/null 2>&1 9>&- || exit 1
-        # Dialogs run without any display.
-        "$ZVCLR_WINE" reg add 'HKCU\Software\Wine\Drivers' /v Graphics /t REG_SZ /d null /f \
-            </dev/null >/dev/null 2>&1 9>&- || exit 1
-        "$ZVCLR_WINESERVER" -w 9>&-
-        : >"$WINEPREFIX/.zvclr-ready"
-    ) 9>"$WINEPREFIX/.zvclr-lock" || return 1
     zvclr_wine_keep_server
 }
