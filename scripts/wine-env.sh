@@ -18,11 +18,11 @@ zvclr_wine_keep_server() { "$ZVCLR_WINESERVER" -p300 </dev/null >/dev/null 2>&1 
 
 # A prefix needs some twenty starts of programs, any of which wine may lose, and a server that outlived an earlier
 # prefix in this place would answer for the new one: so it starts with no server, and from nothing after a failure.
-# A prefix that somebody else made is taken as it is.
+# A folder that somebody else made is never removed.
 zvclr_wine_make_prefix() {
     zvclr_wine_log=$WINEPREFIX.log
     zvclr_wine_ours=1
-    [ -e "$WINEPREFIX/system.reg" ] && zvclr_wine_ours=
+    [ -e "$WINEPREFIX" ] && [ "$WINEPREFIX" != "$root/build/wine" ] && zvclr_wine_ours=
     for zvclr_wine_try in 1 2 3; do
         if [ -n "$zvclr_wine_ours" ]; then
             "$ZVCLR_WINESERVER" -k </dev/null >/dev/null 2>&1 9>&-
