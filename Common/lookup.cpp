@@ -26,6 +26,8 @@ ClrResource FindClrResource(const ZvChar* type, uint16_t id) noexcept {
     return {static_cast<const uint8_t*>(data), SizeofResource(resourceModule, found)};
 }
 
+void* ClrResourceModule() noexcept { return resourceModule; }
+
 void SetClrResourceModule(void* module) noexcept { resourceModule = static_cast<HMODULE>(module); }
 
 }  // namespace zv

@@ -18,7 +18,8 @@ struct ClrResource {
 
 /// A data block of the module in force, of type "ICM" or "ET"; null data if there is none.
 ClrResource FindClrResource(const ZvChar* type, uint16_t id) noexcept;
-/// The module that resources are looked up in; null for the library itself.
+/// The module that resources and dialogs are looked up in; null for the library itself.
 void SetClrResourceModule(void* module) noexcept;
+void* ClrResourceModule() noexcept;
 
 }  // namespace zv

@@ -534,9 +534,40 @@ ZVCLR_API int32_t Zv_ClrConvertDirectToBitmap(int32_t sourceSpace, int32_t desti
                                               int32_t sourceRowExtra, int32_t destinationRowExtra);
 
 /**
- * Sets the module in which built-in profiles ("ICM") and emulation tables ("ET") are looked
- * up, the library itself by default. Process-wide and unguarded: call it before other threads
- * use the library.
+ * Lets the user choose a conversion method and its files in a modal dialog, and makes a converter with the choices,
+ * hands them back, or both.
+ *
+ * @param dialogType   1: CMYK, a converter to CLRSPACE_CMYK; 2: CIELab, one to CLRSPACE_LAB, always from CLRSPACE_RGB,
+ *                     or CLRSPACE_BGR if the user says so. Anything else returns 1 at once.
+ * @param parentWindow window that the dialog belongs to, or null: a HWND on Windows, elsewhere the number of an X11
+ *                     window.
+ * @param converterOut receives the converter, as in Zv_ClrInit; null if none is wanted, which type 2 answers with
+ *                     ERR_INVALID_PARAMETER after OK.
+ * @param params       receives the choices; may be null. It must be writable and have a whitePoint, for type 1 also
+ *                     cmykParams; these two records are written as well. Nothing in them is read: the dialog always
+ *                     starts from its own defaults. Other pointers and records stay as they are.
+ * @return 0 if the user cancelled or the dialog could not be shown, and nothing is touched; otherwise the result of
+ *         Zv_ClrInit if a converter was wanted, else 1. ERR_INVALID_PARAMETER before the dialog if params does not do.
+ *         params is filled also when the converter could not be made.
+ *
+ * The direction check box ("RGB to CMYK", "RGB to LAB") exchanges the two profiles of CLRMETHOD_CUSTOM_ICC for the
+ * converter; the record has them exchanged only when no converter was wanted. It turns no conversion round. What is
+ * typed for x, y and GCR is not taken over: a custom white point is 0, 0, and gcrLevel is 250.
+ *
+ * The call returns when the dialog is closed. On Linux the program zvclr-settings shows it, which is installed with the
+ * library; without it, or without a display, the answer is 0. See docs/dialogs.md.
+ */
+ZVCLR_API int32_t Zv_ClrDlg(int32_t dialogType, void* parentWindow, ClrHandle** converterOut, ClrParams* params);
+
+/**
+ * Zv_ClrDlg with narrow names. Except for size, the whole record is written, on a result of 1 only. A name that cannot
+ * be converted or does not fit becomes one that no file has.
+ */
+ZVCLR_API int32_t Zv_ClrDlgA(int32_t dialogType, void* parentWindow, ClrHandle** converterOut, ClrParamsA* params);
+
+/**
+ * Sets the module in which built-in profiles ("ICM") and emulation tables ("ET"), and on Windows the dialogs, are
+ * looked up, the library itself by default. Process-wide and unguarded: call it before other threads use the library.
  *
  * @param module Windows: a module handle whose resources are read. Elsewhere: a handle of
  *               dlopen whose module exports `zvclr_module_resources` (docs/architecture.md).

@@ -1,4 +1,5 @@
 // Conversions into the host's bitmaps, and operations for narrow strings.
+#include "Common/dialogs/dialogs.h"
 #include "Common/names.h"
 #include "Common/zvclr/frame.h"
 #include "Common/zvclr/records.h"
@@ -100,6 +101,29 @@ private:
     ClrParams wide_ = {};
 };
 
+/// What does not fit becomes a name that no file has: longer than any system's names, of a character that some forbid.
+void NarrowName(const ZvChar (&name)[CLR_NAME_LENGTH], char (&to)[CLR_NAME_LENGTH]) noexcept {
+    if (Zv_W2A::Convert(name, to, CLR_NAME_LENGTH) == CLR_SUCCESS) return;
+    HostFill(to, '|', CLR_NAME_LENGTH - 1);
+    to[CLR_NAME_LENGTH - 1] = 0;
+}
+
+/// Everything but the size, which is the caller's own.
+void NarrowParams(const ClrParams& wide, ClrParamsA* narrow) noexcept {
+    narrow->activeMethod = wide.activeMethod;
+    narrow->whitePoint = wide.whitePoint;
+    NarrowName(wide.inputProfileName, narrow->inputProfileName);
+    narrow->inputProfileMemory = wide.inputProfileMemory;
+    NarrowName(wide.outputProfileName, narrow->outputProfileName);
+    narrow->outputProfileMemory = wide.outputProfileMemory;
+    NarrowName(wide.emulationTableName, narrow->emulationTableName);
+    narrow->cmykParams = wide.cmykParams;
+    narrow->yuvParams = wide.yuvParams;
+    narrow->labParams = wide.labParams;
+    narrow->methods = wide.methods;
+    narrow->emulationMethod = wide.emulationMethod;
+}
+
 /// Runs a wide operation on the wide form of a file's name.
 template <class Operation>
 int32_t WithWideName(const char* fileName, const Operation& operation) noexcept {
@@ -158,6 +182,16 @@ int32_t Zv_ClrSetConversionParamsA(ClrHandle* converter, const ClrParamsA* param
     WideParams wide(params);
     if (wide.Result() != CLR_SUCCESS) return wide.Result();
     return Zv_ClrSetConversionParams(converter, wide.Value());
+}
+
+int32_t Zv_ClrDlgA(int32_t dialogType, void* parentWindow, ClrHandle** converterOut, ClrParamsA* params) {
+    if (!ClrIsDialog(dialogType)) return CLR_SUCCESS;
+    WideParams wide(params);
+    const bool writable = params == nullptr || !IsBadWritePtr(params, sizeof *params);
+    if (wide.Result() != CLR_SUCCESS || !writable) return ERR_INVALID_PARAMETER;
+    const int32_t result = Zv_ClrDlg(dialogType, parentWindow, converterOut, wide.Value());
+    if (result == CLR_SUCCESS && params != nullptr) NarrowParams(*wide.Value(), params);
+    return result;
 }
 
 int32_t Zv_LoadICCProfileA(const char* fileName, ClrIccProfile* profile, const void* loadOptions) {

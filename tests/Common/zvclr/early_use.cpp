@@ -65,6 +65,7 @@ void HostCloseFile(HANDLE, int32_t, const ZvChar*) noexcept {}
 void HostFreeBitmap(HostBitmap*) noexcept {}
 void HostDibToBitmap(HostBitmap*, uint32_t, const HostDibHeader*, const uint8_t*) noexcept {}
 int32_t Zv_A2W::Convert(const char*, ZvChar*, size_t) noexcept { return ERR_FAILURE; }
+int32_t Zv_W2A::Convert(const ZvChar*, char*, size_t) noexcept { return ERR_FAILURE; }
 HostFile HostFileOpen(const ZvChar*, int32_t, int32_t) noexcept { return kNoHostFile; }
 void HostFileClose(HostFile) noexcept {}
 int32_t HostFileRead(HostFile, void*, int32_t) noexcept { return 0; }
