@@ -2,13 +2,6 @@
 
 namespace zv {
 
-namespace {
-
-// Constant-initialised: the library works before its own constructors have run.
-constinit HMODULE resourceModule = nullptr;
-
-}  // namespace
-
 int32_t ClrFileExists(const ZvChar* path) noexcept {
     WIN32_FIND_DATAW data;
     const HANDLE search = FindFirstFileW(path, &data);
@@ -18,18 +11,13 @@ int32_t ClrFileExists(const ZvChar* path) noexcept {
 }
 
 ClrResource FindClrResource(const ZvChar* type, uint16_t id) noexcept {
-    const HRSRC found = FindResourceW(resourceModule, MAKEINTRESOURCEW(id), type);
+    const auto module = static_cast<HMODULE>(ClrResourceModule());
+    const HRSRC found = FindResourceW(module, MAKEINTRESOURCEW(id), type);
     if (found == nullptr) return {nullptr, 0};
-    const HGLOBAL loaded = LoadResource(resourceModule, found);
+    const HGLOBAL loaded = LoadResource(module, found);
     const void* data = loaded == nullptr ? nullptr : LockResource(loaded);
     if (data == nullptr) return {nullptr, 0};
-    return {static_cast<const uint8_t*>(data), SizeofResource(resourceModule, found)};
+    return {static_cast<const uint8_t*>(data), SizeofResource(module, found)};
 }
 
-void* ClrResourceModule() noexcept { return resourceModule; }
-
-void SetClrResourceModule(void* module) noexcept { resourceModule = static_cast<HMODULE>(module); }
-
 }  // namespace zv
-
-void SetResModule(void* module) { zv::SetClrResourceModule(module); }

@@ -33,14 +33,14 @@
     LABEL("&White point", 7, 65, 94, 8)                                                                                \
     WHITES(123, 104, 63, 165, 90)                                                                                      \
     LABEL("&x", 104, 84, 8, 8)                                                                                         \
-    NUMBER(124, 114, 82, 44, 14)                                                                                       \
-    LABEL("&y", 164, 84, 8, 8)                                                                                         \
-    NUMBER(125, 174, 82, 44, 14)                                                                                       \
-    LABEL("Y is always 1.0", 223, 84, 50, 8)                                                                           \
+    NUMBER(124, 114, 82, 42, 14)                                                                                       \
+    LABEL("&y", 162, 84, 8, 8)                                                                                         \
+    NUMBER(125, 172, 82, 42, 14)                                                                                       \
+    LABEL("Y is always 1.0", 219, 84, 54, 8)                                                                           \
     GROUP("Emulation tables", 0xFFFF, 7, 102, 262, 34)                                                                 \
-    LABEL("&Destination RGB table", 14, 117, 86, 8)                                                                    \
-    NAME(121, 104, 115, 135, 14)                                                                                       \
-    BROWSE("...", 122, 243, 115, 19, 14)                                                                               \
+    LABEL("&Destination RGB table", 14, 118, 86, 8)                                                                    \
+    NAME(121, 104, 116, 135, 14)                                                                                       \
+    BROWSE("...", 122, 243, 116, 19, 14)                                                                               \
     GROUP("Built-in Settings", 0xFFFF, 7, 140, 128, 40)                                                                \
     LABEL("&GCR", 14, 158, 24, 8)                                                                                      \
     NUMBER(126, 42, 156, 54, 14)                                                                                       \
@@ -67,14 +67,14 @@
     LABEL("&White point", 7, 65, 94, 8)                                                                                \
     WHITES(123, 104, 63, 165, 90)                                                                                      \
     LABEL("&x", 104, 84, 8, 8)                                                                                         \
-    NUMBER(124, 114, 82, 44, 14)                                                                                       \
-    LABEL("&y", 164, 84, 8, 8)                                                                                         \
-    NUMBER(125, 174, 82, 44, 14)                                                                                       \
-    LABEL("Y is always 1.0", 223, 84, 50, 8)                                                                           \
+    NUMBER(124, 114, 82, 42, 14)                                                                                       \
+    LABEL("&y", 162, 84, 8, 8)                                                                                         \
+    NUMBER(125, 172, 82, 42, 14)                                                                                       \
+    LABEL("Y is always 1.0", 219, 84, 54, 8)                                                                           \
     GROUP("Emulation tables", 129, 7, 102, 262, 112)                                                                   \
-    RADIO_FIRST("&RGB To CIELab", 134, 14, 114, 116, 10)                                                               \
-    RADIO("CIE&Lab To RGB", 135, 138, 114, 116, 10)                                                                    \
-    GROUP("RGB To Lab conversion", 0xFFFF, 14, 128, 248, 38)                                                           \
+    RADIO_FIRST("&RGB To CIELab", 134, 14, 115, 116, 10)                                                               \
+    RADIO("CIE&Lab To RGB", 135, 138, 115, 116, 10)                                                                    \
+    GROUP("RGB To Lab conversion", 0xFFFF, 14, 129, 248, 37)                                                           \
     LABEL("Destination &CIELab table", 21, 145, 82, 8)                                                                 \
     NAME(130, 107, 143, 125, 14)                                                                                       \
     BROWSE("...", 131, 236, 143, 19, 14)                                                                               \

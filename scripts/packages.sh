@@ -1,7 +1,7 @@
 # shellcheck shell=bash disable=SC2034
 # Debian packages by purpose; sourced.
 ZVCLR_BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libpng-dev zlib1g-dev libjpeg-dev libtiff-dev libcli11-dev
-    libfmt-dev nlohmann-json3-dev)
+    libfmt-dev nlohmann-json3-dev qt6-base-dev)
 # Outside readers, which the tests let look at the tool's files, stand in the second line, real profiles in the third.
 ZVCLR_TEST_PACKAGES=(libgtest-dev libbenchmark-dev libgif-dev python3 file bsdutils
     libtiff-tools libjpeg-turbo-progs netpbm libimage-exiftool-perl exiv2 imagemagick
