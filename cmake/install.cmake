@@ -7,9 +7,11 @@ install(TARGETS zvclr zvclr_static zverror EXPORT zvclr-targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-if(TARGET zvclr_tool)
-  install(TARGETS zvclr_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
-endif()
+foreach(program zvclr_tool zvclr_settings)
+  if(TARGET ${program})
+    install(TARGETS ${program} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+  endif()
+endforeach()
 
 if(WIN32)
   install(FILES $<TARGET_OBJECTS:zvclr_blocks> DESTINATION ${CMAKE_INSTALL_LIBDIR} RENAME zvclr-blocks.o
@@ -43,8 +45,11 @@ foreach(_zvclr_dir LIBDIR INCLUDEDIR)
     set(ZVCLR_PC_${_zvclr_dir} "\${prefix}/${CMAKE_INSTALL_${_zvclr_dir}}")
   endif()
 endforeach()
+list(TRANSFORM zvclr_system_libraries PREPEND " -l" OUTPUT_VARIABLE ZVCLR_PC_SYSTEM_LIBRARIES)
+list(JOIN ZVCLR_PC_SYSTEM_LIBRARIES "" ZVCLR_PC_SYSTEM_LIBRARIES)
 configure_file(cmake/zvclr.pc.in zvclr.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zvclr.pc DESTINATION ${_zvclr_pc_dir} COMPONENT development)
 
 install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
-install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development FILES_MATCHING PATTERN "*.md")
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development FILES_MATCHING PATTERN "*.md"
+  PATTERN "*.png")

@@ -7,7 +7,8 @@
  *
  * The header stands alone in C99 and in C++. Every function but SetResModule
  * returns a signed 32-bit result: 1 (CLR_SUCCESS) on success, a negative code
- * otherwise, and 0 in the cases that Zv_ClrConvert tells. No exception crosses
+ * otherwise, and 0 in the cases that Zv_ClrConvert tells and after Cancel in a
+ * settings dialog (Zv_ClrDlg). No exception crosses
  * this interface. zverror.h gives names and meanings of codes.
  *
  * Threads: converters run in parallel, and one converter may run on several threads
@@ -543,9 +544,9 @@ ZVCLR_API int32_t Zv_ClrConvertDirectToBitmap(int32_t sourceSpace, int32_t desti
  *                     window.
  * @param converterOut receives the converter, as in Zv_ClrInit; null if none is wanted, which type 2 answers with
  *                     ERR_INVALID_PARAMETER after OK.
- * @param params       receives the choices; may be null. It must be writable and have a whitePoint, for type 1 also
- *                     cmykParams; these two records are written as well. Nothing in them is read: the dialog always
- *                     starts from its own defaults. Other pointers and records stay as they are.
+ * @param params       receives the choices; may be null. It must be readable and writable and have a whitePoint, for
+ *                     type 1 also cmykParams; these two records are written as well. Nothing else in them is read: the
+ *                     dialog always starts from its own defaults. Other pointers and records stay as they are.
  * @return 0 if the user cancelled or the dialog could not be shown, and nothing is touched; otherwise the result of
  *         Zv_ClrInit if a converter was wanted, else 1. ERR_INVALID_PARAMETER before the dialog if params does not do.
  *         params is filled also when the converter could not be made.
@@ -554,14 +555,18 @@ ZVCLR_API int32_t Zv_ClrConvertDirectToBitmap(int32_t sourceSpace, int32_t desti
  * converter; the record has them exchanged only when no converter was wanted. It turns no conversion round. What is
  * typed for x, y and GCR is not taken over: a custom white point is 0, 0, and gcrLevel is 250.
  *
- * The call returns when the dialog is closed. On Linux the program zvclr-settings shows it, which is installed with the
- * library; without it, or without a display, the answer is 0. See docs/dialogs.md.
+ * The call returns when the dialog is closed, and the calling thread waits for that. On Windows the dialog handles the
+ * messages of the thread's other windows meanwhile; a file that is chosen changes the process's current folder. On
+ * Linux the program zvclr-settings shows the dialog, which is installed with the library: windows of the caller's
+ * toolkit stand still unless another thread makes the call. The program may write to the standard error stream. Without
+ * it, without a display and in processes with raised rights the answer is 0. See docs/dialogs.md.
  */
 ZVCLR_API int32_t Zv_ClrDlg(int32_t dialogType, void* parentWindow, ClrHandle** converterOut, ClrParams* params);
 
 /**
- * Zv_ClrDlg with narrow names. Except for size, the whole record is written, on a result of 1 only. A name that cannot
- * be converted or does not fit becomes one that no file has.
+ * Zv_ClrDlg with narrow names. Except for size, the whole record is written, on a result of 1 only; the records behind
+ * whitePoint and cmykParams are written as by Zv_ClrDlg. A name that cannot be converted or does not fit becomes one
+ * that no file has.
  */
 ZVCLR_API int32_t Zv_ClrDlgA(int32_t dialogType, void* parentWindow, ClrHandle** converterOut, ClrParamsA* params);
 

@@ -3,12 +3,16 @@
  * Positions and sizes are in dialog units: x, y, width, height. Controls stand in tab order; a label stands before the
  * control that its accelerator leads to. The sizes of combos are those of their open lists.
  *
- *   GROUP(text, id, place)      a frame                 LABEL(text, place)       text beside the control that follows
- *   METHODS(id, place)          a drop-down list        WHITES(id, place)        the same, sorted
- *   NAME(id, place)             an edit that only browsing fills                 NUMBER(id, place)  an edit for a
- * number SPIN(id, place)             arrows of the edit before them BROWSE(text, id, place)     a button DEFAULT(text,
- * id, place) the button that Enter presses BUTTON(text, id, place)     another button          CHECK(text, id, place)
- * a check box RADIO_FIRST, RADIO(text, id, place)                 radio buttons that exclude each other
+ * - GROUP(text, id, place): a frame
+ * - LABEL(text, place): text beside the control that follows
+ * - METHODS(id, place), WHITES(id, place): drop-down lists, the second sorted
+ * - NAME(id, place): an edit that only browsing fills
+ * - NUMBER(id, place): an edit for a number
+ * - SPIN(id, place): arrows of the edit before them
+ * - BROWSE(text, id, place), BUTTON(text, id, place): buttons
+ * - DEFAULT(text, id, place): the button that Enter presses
+ * - CHECK(text, id, place): a check box
+ * - RADIO_FIRST, RADIO(text, id, place): radio buttons that exclude each other
  */
 #ifndef ZVCLR_DIALOG_LIST_H
 #define ZVCLR_DIALOG_LIST_H
@@ -19,7 +23,7 @@
 
 #define ZVCLR_CMYK_DIALOG_ID 114
 #define ZVCLR_CMYK_DIALOG_TITLE "CMYK color settings"
-#define ZVCLR_CMYK_DIALOG_HEIGHT 205
+#define ZVCLR_CMYK_DIALOG_HEIGHT 206
 #define ZVCLR_CMYK_DIALOG(GROUP, LABEL, METHODS, WHITES, NAME, NUMBER, SPIN, BROWSE, DEFAULT, BUTTON, CHECK,           \
                           RADIO_FIRST, RADIO)                                                                          \
     LABEL("Conversion &Method", 7, 9, 94, 8)                                                                           \
@@ -36,7 +40,7 @@
     NUMBER(124, 114, 82, 42, 14)                                                                                       \
     LABEL("&y", 162, 84, 8, 8)                                                                                         \
     NUMBER(125, 172, 82, 42, 14)                                                                                       \
-    LABEL("Y is always 1.0", 219, 84, 54, 8)                                                                           \
+    LABEL("Y is always 1.0", 219, 84, 50, 8)                                                                           \
     GROUP("Emulation tables", 0xFFFF, 7, 102, 262, 34)                                                                 \
     LABEL("&Destination RGB table", 14, 118, 86, 8)                                                                    \
     NAME(121, 104, 116, 135, 14)                                                                                       \
@@ -53,7 +57,7 @@
 
 #define ZVCLR_LAB_DIALOG_ID 128
 #define ZVCLR_LAB_DIALOG_TITLE "CIELab color settings"
-#define ZVCLR_LAB_DIALOG_HEIGHT 259
+#define ZVCLR_LAB_DIALOG_HEIGHT 260
 #define ZVCLR_LAB_DIALOG(GROUP, LABEL, METHODS, WHITES, NAME, NUMBER, SPIN, BROWSE, DEFAULT, BUTTON, CHECK,            \
                          RADIO_FIRST, RADIO)                                                                           \
     LABEL("Conversion &Method", 7, 9, 94, 8)                                                                           \
@@ -70,7 +74,7 @@
     NUMBER(124, 114, 82, 42, 14)                                                                                       \
     LABEL("&y", 162, 84, 8, 8)                                                                                         \
     NUMBER(125, 172, 82, 42, 14)                                                                                       \
-    LABEL("Y is always 1.0", 219, 84, 54, 8)                                                                           \
+    LABEL("Y is always 1.0", 219, 84, 50, 8)                                                                           \
     GROUP("Emulation tables", 129, 7, 102, 262, 112)                                                                   \
     RADIO_FIRST("&RGB To CIELab", 134, 14, 115, 116, 10)                                                               \
     RADIO("CIE&Lab To RGB", 135, 138, 115, 116, 10)                                                                    \

@@ -33,8 +33,8 @@ void Open(HWND window, const ClrDlgContext& context) {
     const HWND spin = GetDlgItem(window, kGcrSpin);
     SendMessageW(spin, UDM_SETRANGE, 0, MAKELPARAM(kLargestGcr, 0));
     // The level goes where the message does not look: the control stands at 0, as it always has.
-    const bool hasLevel = context.params != nullptr && context.params->cmykParams != nullptr;
-    SendMessageW(spin, UDM_SETPOS, hasLevel ? static_cast<WPARAM>(context.params->cmykParams->gcrLevel) : 0, 0);
+    const int32_t level = context.params != nullptr ? context.params->cmykParams->gcrLevel : 0;
+    SendMessageW(spin, UDM_SETPOS, static_cast<WPARAM>(level), 0);
     EnableTable(window, false);
     EnableControl(window, kGcrEdit, true);
 }

@@ -17,9 +17,6 @@ constexpr const ZvChar* kMethodTexts[kMethodCount] = {
 // In the order of adding; the combo sorts them.
 constexpr const ZvChar* kWhiteTexts[] = {ZV_WIDE("D50"), ZV_WIDE("D55"), ZV_WIDE("D65"),
                                          ZV_WIDE("D75"), ZV_WIDE("D93"), ZV_WIDE("Custom (xyY) point")};
-// In the order of the sorted combo.
-constexpr uint32_t kWhiteCodes[] = {0, 50, 55, 65, 75, 93};
-constexpr uint32_t kCustomWhite = 0;
 constexpr WPARAM kFirstWhiteIndex = 1;
 
 constexpr WPARAM kWhiteEditLength = 8;
@@ -52,7 +49,7 @@ void EnableWhiteEdits(HWND window, bool enable) {
 
 void ShowWhitePoint(HWND window, const ClrParams* params) {
     for (const int id : {kWhiteX, kWhiteY}) Send(window, id, EM_LIMITTEXT, kWhiteEditLength, 0);
-    if (params == nullptr || params->whitePoint == nullptr) {
+    if (params == nullptr) {
         for (const int id : {kWhiteX, kWhiteY}) SetWindowTextW(GetDlgItem(window, id), ZV_WIDE("0.0"));
         return;
     }
@@ -88,15 +85,15 @@ void UpdateMethod(const ClrDialogParts& parts, HWND window, const ClrDlgContext&
     if (index < 0 || index >= kMethodCount) return;
     context.params->activeMethod = 1U << index;
     context.params->methods = 1U << index;
-    EnableForMethod(window, kMethodControls[index], context.params->whitePoint->whiteCode == kCustomWhite);
+    EnableForMethod(window, kMethodControls[index], context.params->whitePoint->whiteCode == kClrCustomWhite);
     parts.changeMethod(window, context, index);
 }
 
 void UpdateWhitePoint(HWND window, const ClrDlgContext& context) {
     const int index = SelectedIndex(window, kWhiteCombo);
-    if (index < 0 || index >= static_cast<int>(std::size(kWhiteCodes))) return;
-    context.params->whitePoint->whiteCode = kWhiteCodes[index];
-    EnableWhiteEdits(window, kWhiteCodes[index] == kCustomWhite);
+    if (index < 0 || index >= static_cast<int>(std::size(kClrWhiteCodes))) return;
+    context.params->whitePoint->whiteCode = kClrWhiteCodes[index];
+    EnableWhiteEdits(window, kClrWhiteCodes[index] == kClrCustomWhite);
 }
 
 void Accept(const ClrDialogParts& parts, HWND window, ClrDlgContext& context) {

@@ -17,7 +17,7 @@ constexpr bool ClrIsDialog(int32_t dialogType) noexcept {
 
 /// What a dialog procedure works on: the dialog's initial parameter.
 struct ClrDlgContext {
-    ClrParams* params;         ///< the working record; null after Cancel
+    ClrParams* params;         ///< the working record with its whitePoint, for CMYK with cmykParams; null after Cancel
     int32_t labDirection;      ///< 0 RGB to Lab, 1 Lab to RGB
     int32_t bgrOrder;          ///< 0 or 1
     int32_t reverseDirection;  ///< 0 or 1
@@ -30,6 +30,10 @@ struct ClrDlgState {
     ClrWhitePoint whitePoint;
     ClrCmykParams cmykParams;
 };
+
+/// The codes of the sorted white point combo, in its order; 0 is the custom point.
+inline constexpr uint32_t kClrWhiteCodes[] = {0, 50, 55, 65, 75, 93};
+inline constexpr uint32_t kClrCustomWhite = kClrWhiteCodes[0];
 
 /// What a dialog starts from.
 void ClrBeginDialog(ClrDialog dialog, ClrDlgState* state) noexcept;

@@ -1,6 +1,8 @@
 // What a program that shows a dialog for another one hands back.
 #pragma once
 
+#include <type_traits>
+
 #include "Common/dialogs/dialogs.h"
 
 namespace zv {
@@ -11,6 +13,13 @@ struct ClrDlgReply {
     int32_t dialog;    ///< a ClrDialog
     ClrDlgState state;
 };
+static_assert(std::is_trivially_copyable_v<ClrDlgReply>);
+
+/// Words of the command line that asks for a reply.
+inline constexpr char kClrHelperProgram[] = "zvclr-settings";
+inline constexpr char kClrHelperVersion[] = "version-of-caller";
+inline constexpr char kClrHelperParent[] = "parent";
+constexpr const char* ClrHelperWord(ClrDialog dialog) noexcept { return dialog == ClrDialog::kCmyk ? "cmyk" : "lab"; }
 
 /// Pointers do not travel.
 ClrDlgReply MakeReply(ClrDialog dialog, const ClrDlgState& state) noexcept;

@@ -7,29 +7,39 @@ namespace zv {
 
 namespace {
 
-/// The choices are written into these records after the dialog: one that cannot take them is refused before.
-bool CanTakeChoices(ClrDialog dialog, ClrParams* params) noexcept {
+/// Where the choices go: the caller's records as they were before the dialog, whatever happens to the pointers
+/// meanwhile.
+struct Receivers {
+    ClrParams* params;
+    ClrWhitePoint* whitePoint;
+    ClrCmykParams* cmykParams;  ///< null but in the CMYK dialog
+};
+
+/// False for records that could not take the choices.
+bool FindReceivers(ClrDialog dialog, ClrParams* params, Receivers* receivers) noexcept {
     if (IsBadReadPtr(params, sizeof *params) || IsBadWritePtr(params, sizeof *params)) return false;
-    if (params->whitePoint == nullptr || IsBadWritePtr(params->whitePoint, sizeof *params->whitePoint)) return false;
+    *receivers = {params, params->whitePoint, nullptr};
+    if (receivers->whitePoint == nullptr || IsBadWritePtr(receivers->whitePoint, sizeof(ClrWhitePoint))) return false;
     if (dialog != ClrDialog::kCmyk) return true;
-    return params->cmykParams != nullptr && !IsBadWritePtr(params->cmykParams, sizeof *params->cmykParams);
+    receivers->cmykParams = params->cmykParams;
+    return receivers->cmykParams != nullptr && !IsBadWritePtr(receivers->cmykParams, sizeof(ClrCmykParams));
 }
 
 void CopyName(ZvChar (&to)[CLR_NAME_LENGTH], const ZvChar (&from)[CLR_NAME_LENGTH]) noexcept {
     HostMove(to, from, sizeof to);
 }
 
-void HandBack(ClrDialog dialog, const ClrDlgState& state, ClrParams* params) noexcept {
-    // By bytes: the caller's small records may lie anywhere.
-    HostMove(params->whitePoint, &state.whitePoint, sizeof state.whitePoint);
-    if (dialog == ClrDialog::kCmyk) HostMove(params->cmykParams, &state.cmykParams, sizeof state.cmykParams);
-    params->activeMethod = state.params.activeMethod;
-    params->size = sizeof *params;
-    params->emulationMethod = CLRMETHOD_EMULATION;
-    params->methods = state.params.methods;
-    CopyName(params->inputProfileName, state.params.inputProfileName);
-    CopyName(params->outputProfileName, state.params.outputProfileName);
-    CopyName(params->emulationTableName, state.params.emulationTableName);
+void HandBack(const ClrDlgState& state, const Receivers& receivers) noexcept {
+    // By bytes: the small records may lie anywhere.
+    HostMove(receivers.whitePoint, &state.whitePoint, sizeof state.whitePoint);
+    if (receivers.cmykParams != nullptr) HostMove(receivers.cmykParams, &state.cmykParams, sizeof state.cmykParams);
+    receivers.params->activeMethod = state.params.activeMethod;
+    receivers.params->size = sizeof(ClrParams);
+    receivers.params->emulationMethod = CLRMETHOD_EMULATION;
+    receivers.params->methods = state.params.methods;
+    CopyName(receivers.params->inputProfileName, state.params.inputProfileName);
+    CopyName(receivers.params->outputProfileName, state.params.outputProfileName);
+    CopyName(receivers.params->emulationTableName, state.params.emulationTableName);
 }
 
 /// The direction check box does not turn it round.
@@ -62,7 +72,8 @@ using namespace zv;
 int32_t Zv_ClrDlg(int32_t dialogType, void* parentWindow, ClrHandle** converterOut, ClrParams* params) {
     if (!ClrIsDialog(dialogType)) return CLR_SUCCESS;
     const auto dialog = static_cast<ClrDialog>(dialogType);
-    if (params != nullptr && !CanTakeChoices(dialog, params)) return ERR_INVALID_PARAMETER;
+    Receivers receivers = {};
+    if (params != nullptr && !FindReceivers(dialog, params, &receivers)) return ERR_INVALID_PARAMETER;
 
     ClrDlgState state;
     ClrBeginDialog(dialog, &state);
@@ -78,7 +89,7 @@ int32_t Zv_ClrDlg(int32_t dialogType, void* parentWindow, ClrHandle** converterO
     }
     if (params != nullptr) {
         if (converterOut != nullptr) ClrTurnDirection(dialog, &state);
-        HandBack(dialog, state, params);
+        HandBack(state, receivers);
     }
     return result;
 }

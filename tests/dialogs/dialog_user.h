@@ -1,5 +1,5 @@
 // A user of the settings dialogs. The same tests run against three faces: dialog calls that only keep records, the
-// windows of Windows, and those of Qt. Each test program brings its own PlayDialog.
+// windows of Windows, and those of Qt. Each test program brings its own PlayDialogOf.
 #pragma once
 
 #include <cstdint>
@@ -19,7 +19,7 @@ struct ChooserSeen {
     bool opened = false;
     Text title;
     Text filterText;
-    Text filterPattern;
+    Text filterPattern;  ///< empty where a person cannot see it
 };
 
 /// Looks at an open dialog and works with it as a person does: what is disabled does not react.
@@ -47,11 +47,16 @@ public:
     virtual void Close() = 0;
 };
 
-/// Calls Zv_ClrDlg while `script` plays the user. The script must end the dialog.
-int32_t PlayDialog(int32_t dialogType, ClrHandle** converterOut, ClrParams* params,
-                   const std::function<void(DialogUser&)>& script);
+/// Makes a call that may show one dialog, and runs `script` as the user of that dialog. A script that leaves the dialog
+/// open fails the test, and the dialog is cancelled. Returns the result of the call.
+int32_t PlayDialogOf(const std::function<int32_t()>& call, const std::function<void(DialogUser&)>& script);
 
-/// Dialogs that PlayDialog's face has opened so far.
+inline int32_t PlayDialog(int32_t dialogType, ClrHandle** converterOut, ClrParams* params,
+                          const std::function<void(DialogUser&)>& script) {
+    return PlayDialogOf([&] { return Zv_ClrDlg(dialogType, nullptr, converterOut, params); }, script);
+}
+
+/// Dialogs that this face has opened so far.
 int DialogsOpened();
 
 }  // namespace zv::test

@@ -1,6 +1,7 @@
 #include "tests/support/scripted_dialogs.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 using zv::test::ScriptedDesktop;
@@ -13,6 +14,17 @@ ScriptedDesktop& ScriptedDesktop::Get() {
     return desktop;
 }
 
+void ScriptedWindow::Make(const DialogTemplate& dialogShape) {
+    shape = &dialogShape;
+    for (const DialogControl& control : dialogShape.controls) {
+        ScriptedWindow& window = controls.emplace_back();
+        window.dialog = this;
+        window.id = control.id;
+        window.kind = control.kind;
+        for (const char* c = control.text; *c != 0; ++c) window.text.push_back(static_cast<char16_t>(*c));
+    }
+}
+
 ScriptedWindow* ScriptedWindow::Find(int control) {
     const auto found = std::ranges::find(controls, control, &ScriptedWindow::id);
     return found == controls.end() ? nullptr : &*found;
@@ -23,23 +35,34 @@ INT_PTR ScriptedWindow::Notify(int control, WORD event) {
                      reinterpret_cast<LPARAM>(GetDlgItem(Handle(), control)));
 }
 
+namespace {
+
+/// In the edit before the arrows, which they belong to.
+void ShowPosition(const ScriptedWindow& spin) {
+    const auto low = static_cast<int16_t>(HIWORD(spin.spinRange));
+    const auto high = static_cast<int16_t>(LOWORD(spin.spinRange));
+    const int shown = std::clamp<int>(static_cast<int16_t>(LOWORD(spin.spinPosSecond)), low, high);
+    auto& controls = spin.dialog->controls;
+    const auto place = std::ranges::find(controls, spin.id, &ScriptedWindow::id);
+    const std::string digits = std::to_string(shown);
+    if (place != controls.begin()) std::prev(place)->text.assign(digits.begin(), digits.end());
+}
+
+}  // namespace
+
 }  // namespace zv::test
+
+using zv::test::ShowPosition;
 
 INT_PTR DialogBoxParamW(HINSTANCE, LPCWSTR templateName, HWND parent, DLGPROC procedure, LPARAM parameter) {
     ScriptedDesktop& desktop = ScriptedDesktop::Get();
     ScriptedWindow dialog;
-    dialog.shape = zv::FindDialogTemplate(reinterpret_cast<uintptr_t>(templateName));
-    if (dialog.shape == nullptr || !desktop.user) return -1;
+    const zv::DialogTemplate* const shape = zv::FindDialogTemplate(reinterpret_cast<uintptr_t>(templateName));
+    if (shape == nullptr || !desktop.user) return -1;
     ++desktop.dialogsOpened;
     dialog.procedure = procedure;
     dialog.parent = parent;
-    for (const zv::DialogControl& control : dialog.shape->controls) {
-        ScriptedWindow& window = dialog.controls.emplace_back();
-        window.dialog = &dialog;
-        window.id = control.id;
-        window.kind = control.kind;
-        for (const char* c = control.text; *c != 0; ++c) window.text.push_back(static_cast<char16_t>(*c));
-    }
+    dialog.Make(*shape);
     procedure(dialog.Handle(), WM_INITDIALOG, 0, parameter);
     if (!dialog.ended) desktop.user(dialog);
     return dialog.ended ? dialog.result : -1;
@@ -56,6 +79,7 @@ BOOL EndDialog(HWND dialog, INT_PTR result) {
 HWND GetDlgItem(HWND dialog, int id) {
     ScriptedWindow* window = ScriptedWindow::Of(dialog);
     ScriptedWindow* control = window == nullptr ? nullptr : window->Find(id);
+    if (control == nullptr) ScriptedDesktop::Get().missingControls.push_back(id);
     return control == nullptr ? nullptr : control->Handle();
 }
 
@@ -83,11 +107,13 @@ LRESULT SendMessageW(HWND handle, UINT message, WPARAM first, LPARAM second) {
             window->checked = first == BST_CHECKED;
             return 0;
         case UDM_SETRANGE:
+            window->spinRangeFirst = first;
             window->spinRange = second;
             return 0;
         case UDM_SETPOS:
             window->spinPosFirst = first;
             window->spinPosSecond = second;
+            ShowPosition(*window);
             return 0;
         default:
             return 0;
@@ -97,6 +123,7 @@ LRESULT SendMessageW(HWND handle, UINT message, WPARAM first, LPARAM second) {
 BOOL EnableWindow(HWND handle, BOOL enable) {
     ScriptedWindow* window = ScriptedWindow::Of(handle);
     if (window == nullptr) return FALSE;
+    ++window->enableCalls;
     const bool before = window->enabled;
     window->enabled = enable != FALSE;
     return before ? FALSE : TRUE;

@@ -23,9 +23,11 @@ struct ScriptedWindow {
     size_t textLimit = SIZE_MAX;
     std::vector<std::u16string> items;
     int selected = -1;
+    WPARAM spinRangeFirst = 0;
     LPARAM spinRange = 0;
     WPARAM spinPosFirst = 0;
     LPARAM spinPosSecond = 0;
+    int enableCalls = 0;
     // of a dialog
     const DialogTemplate* shape = nullptr;
     DLGPROC procedure = nullptr;
@@ -37,6 +39,8 @@ struct ScriptedWindow {
 
     HWND Handle() { return reinterpret_cast<HWND>(this); }
     static ScriptedWindow* Of(HWND handle) { return reinterpret_cast<ScriptedWindow*>(handle); }
+    /// Gives a dialog the controls of a template.
+    void Make(const DialogTemplate& dialogShape);
     /// Null if there is none.
     ScriptedWindow* Find(int control);
     /// Sends what a control tells its dialog.
@@ -50,6 +54,8 @@ struct ScriptedDesktop {
     /// Answers a file chooser: fills lpstrFile and returns true, or returns false. Without one, choosers are cancelled.
     std::function<bool(OPENFILENAMEW& request)> chooser;
     int dialogsOpened = 0;
+    /// Ids that a dialog was asked for and does not have.
+    std::vector<int> missingControls;
 
     static ScriptedDesktop& Get();
     void Reset() { *this = {}; }

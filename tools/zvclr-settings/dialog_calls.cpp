@@ -2,8 +2,8 @@
 #include <QAbstractButton>
 #include <QComboBox>
 #include <QFileDialog>
-#include <QLabel>
 #include <QLineEdit>
+#include <algorithm>
 #include <utility>
 
 #include "host/dialogs.h"
@@ -150,6 +150,7 @@ LONG_PTR SetWindowLongPtrW(HWND window, int index, LONG_PTR value) {
 }
 
 BOOL GetOpenFileNameW(OPENFILENAMEW* request) {
+    if (request == nullptr || request->lpstrFile == nullptr) return FALSE;
     QFileDialog chooser(SettingsWindow::widgetOf(request->hwndOwner), QString::fromUtf16(request->lpstrTitle));
     chooser.setFileMode(QFileDialog::ExistingFile);
     QStringList filters = filtersOf(request->lpstrFilter);

@@ -1,6 +1,7 @@
 // zvclr-settings: shows a settings dialog for the library and hands the choices back.
 #include <fcntl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QSocketNotifier>
@@ -27,17 +28,29 @@ int complain(ExitCode code, const char* text) {
 }
 
 /// Qt ends the program by a signal when it cannot open a window; a plain exit is enough.
-void onMessage(QtMsgType type, const QMessageLogContext&, const QString& text) {
+void onMessage(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+    static QString reason;
     // Warnings are about the desktop; the program that waits for the choices has its own use for this stream.
-    if (type == QtFatalMsg || type == QtCriticalMsg) std::fprintf(stderr, "zvclr-settings: %s\n", qPrintable(text));
-    if (type == QtFatalMsg) std::_Exit(kFailed);
+    if (reason.isEmpty() && QLatin1String(context.category).startsWith(QLatin1String("qt.qpa"))) reason = text;
+    if (type == QtCriticalMsg) complain(kFailed, qPrintable(text));
+    if (type != QtFatalMsg) return;
+    // Qt's last words are about plugins; its first ones tell why.
+    complain(kFailed, qPrintable((reason.isEmpty() ? text : reason).section(QLatin1Char('\n'), 0, 0)));
+    std::_Exit(kFailed);
+}
+
+/// Platforms of Qt without a window that a person sees: nobody could end the dialog.
+bool isUnseen(const QByteArray& platform) {
+    for (const char* unseen : {"offscreen", "minimal", "minimalegl", "vnc"}) {
+        if (platform.split(':').constFirst() == unseen) return true;
+    }
+    return false;
 }
 
 bool hasDisplay() {
-    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
-        if (!qEnvironmentVariableIsEmpty(name)) return true;
-    }
-    return false;
+    const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
+    if (!platform.isEmpty()) return !isUnseen(platform);
+    return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
 
 void describe(QCommandLineParser& parser) {
@@ -45,8 +58,10 @@ void describe(QCommandLineParser& parser) {
         QStringLiteral("Shows a settings dialog for the zvclr library, which starts this program itself. By hand, use "
                        "\"zvclr settings\"."));
     parser.addPositionalArgument(QStringLiteral("dialog"), QStringLiteral("cmyk or lab"));
-    parser.addOption({QStringLiteral("parent"), QStringLiteral("Window that the dialog belongs to."),
+    parser.addOption({QLatin1String(zv::kClrHelperParent), QStringLiteral("Window that the dialog belongs to."),
                       QStringLiteral("number"), QStringLiteral("0")});
+    parser.addOption({QLatin1String(zv::kClrHelperVersion), QStringLiteral("Version of the library that asks."),
+                      QStringLiteral("version"), QStringLiteral(ZVCLR_VERSION_STRING)});
     parser.addOption({QStringLiteral("reply-to"), QStringLiteral("Descriptor of the socket that the choices go to."),
                       QStringLiteral("descriptor")});
     parser.addHelpOption();
@@ -58,17 +73,21 @@ std::optional<Request> requestOf(const QCommandLineParser& parser) {
     bool isWindow = false;
     bool isDescriptor = false;
     Request request = {};
-    request.parentWindow = parser.value(QStringLiteral("parent")).toULongLong(&isWindow, 0);
+    request.parentWindow = parser.value(QLatin1String(zv::kClrHelperParent)).toULongLong(&isWindow, 0);
     request.replyTo = parser.value(QStringLiteral("reply-to")).toInt(&isDescriptor);
     if (dialogs.size() != 1 || !isWindow || !isDescriptor || request.replyTo < 0) return std::nullopt;
-    if (dialogs.constFirst() == QLatin1String("cmyk")) {
-        request.dialog = zv::ClrDialog::kCmyk;
-    } else if (dialogs.constFirst() == QLatin1String("lab")) {
-        request.dialog = zv::ClrDialog::kLab;
-    } else {
-        return std::nullopt;
+    // Windows of X11 have numbers of 32 bits; what has more is none of them.
+    if (request.parentWindow > UINT32_MAX) request.parentWindow = 0;
+    for (const zv::ClrDialog dialog : {zv::ClrDialog::kCmyk, zv::ClrDialog::kLab}) {
+        request.dialog = dialog;
+        if (dialogs.constFirst() == QLatin1String(zv::ClrHelperWord(dialog))) return request;
     }
-    return request;
+    return std::nullopt;
+}
+
+bool isSocket(int descriptor) {
+    struct stat status;
+    return fstat(descriptor, &status) == 0 && S_ISSOCK(status.st_mode);
 }
 
 bool sendReply(int socket, const zv::ClrDlgReply& reply) {
@@ -91,20 +110,22 @@ int show(const Request& request) {
     const QSocketNotifier gone(request.replyTo, QSocketNotifier::Read);
     QObject::connect(&gone, &QSocketNotifier::activated, [] { std::_Exit(kFailed); });
     if (!zv::ClrRunDialog(request.dialog, reinterpret_cast<void*>(request.parentWindow), &state)) return kDone;
-    return sendReply(request.replyTo, zv::MakeReply(request.dialog, state)) ? kDone : kFailed;
+    const bool sent = sendReply(request.replyTo, zv::MakeReply(request.dialog, state));
+    // The other program waits for the end of this one, so nothing may hold it up.
+    std::_Exit(sent ? kDone : kFailed);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    QCoreApplication::setApplicationName(QStringLiteral("zvclr-settings"));
+    QCoreApplication::setApplicationName(QLatin1String(zv::kClrHelperProgram));
     QCoreApplication::setApplicationVersion(QStringLiteral(ZVCLR_VERSION_STRING));
     QCommandLineParser parser;
     describe(parser);
     QStringList arguments;
     for (int i = 0; i < argc; ++i) arguments << QString::fromLocal8Bit(argv[i]);
-    const bool understood = parser.parse(arguments);
-    if (!understood || parser.isSet(QStringLiteral("help")) || parser.isSet(QStringLiteral("version"))) {
+    if (!parser.parse(arguments)) return complain(kUsage, qPrintable(parser.errorText()));
+    if (parser.isSet(QStringLiteral("help")) || parser.isSet(QStringLiteral("version"))) {
         const QCoreApplication application(argc, argv);
         parser.process(application);
     }
@@ -112,7 +133,11 @@ int main(int argc, char** argv) {
     if (!request) {
         return complain(kUsage, "the zvclr library starts this program; by hand, use \"zvclr settings\"");
     }
-    if (fcntl(request->replyTo, F_SETFD, FD_CLOEXEC) < 0) return complain(kUsage, "the descriptor is not open");
+    if (!isSocket(request->replyTo)) return complain(kUsage, "the descriptor for the reply is no open socket");
+    fcntl(request->replyTo, F_SETFD, FD_CLOEXEC);
+    if (parser.value(QLatin1String(zv::kClrHelperVersion)) != QLatin1String(ZVCLR_VERSION_STRING)) {
+        return complain(kFailed, "the library is of another version than this program, " ZVCLR_VERSION_STRING);
+    }
     if (!hasDisplay()) return complain(kFailed, "there is no display");
     qInstallMessageHandler(onMessage);
     const QApplication application(argc, argv);

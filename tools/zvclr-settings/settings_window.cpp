@@ -51,14 +51,16 @@ void SpinArrows::setRange(int lowest, int highest) {
 }
 
 void SpinArrows::setPosition(int position) {
-    buddy_->setText(QString::number(std::clamp(position, lowest_, highest_)));
+    position_ = std::clamp(position, lowest_, highest_);
+    buddy_->setText(QString::number(position_));
 }
 
 void SpinArrows::step(int by) {
     if (!buddy_->isEnabled()) return;
     bool isNumber = false;
-    const int before = buddy_->text().toInt(&isNumber);
-    if (isNumber) setPosition(std::clamp(before, lowest_, highest_) + by);
+    const int typed = buddy_->text().toInt(&isNumber);
+    // From the last position if what was typed is none.
+    setPosition((isNumber && typed >= lowest_ && typed <= highest_ ? typed : position_) + by);
 }
 
 void SpinArrows::resizeEvent(QResizeEvent* event) {
@@ -100,6 +102,13 @@ SettingsWindow::SettingsWindow(const zv::DialogTemplate& shape, DLGPROC procedur
         if (label != nullptr && control.kind != Kind::kLabel && control.kind != Kind::kGroup) label->setBuddy(widget);
         label = qobject_cast<QLabel*>(widget);
     }
+}
+
+SettingsWindow::~SettingsWindow() = default;
+
+QWidget* SettingsWindow::widgetOf(HWND window) {
+    auto* widget = reinterpret_cast<QWidget*>(window);
+    return QApplication::allWidgets().contains(widget) ? widget : nullptr;
 }
 
 QRect SettingsWindow::placeOf(const zv::DialogControl& control) const {
@@ -161,13 +170,17 @@ void SettingsWindow::notify(int id, WORD event) {
     if (!ended_) procedure_(handle(), WM_COMMAND, MAKEWPARAM(id, event), reinterpret_cast<LPARAM>(control(id)));
 }
 
+void SettingsWindow::belongTo(WId owner) {
+    if (owner == 0 || QGuiApplication::platformName() != QLatin1String("xcb")) return;
+    ownerWindow_.reset(QWindow::fromWinId(owner));
+    winId();  // makes the window that has an owner
+    windowHandle()->setTransientParent(ownerWindow_.get());
+}
+
 INT_PTR SettingsWindow::run(LPARAM parameter) {
     procedure_(handle(), WM_INITDIALOG, 0, parameter);
     if (ended_) return result_;
-    if (owner_ != 0 && QGuiApplication::platformName() == QLatin1String("xcb")) {
-        winId();  // makes the window that has an owner
-        windowHandle()->setTransientParent(QWindow::fromWinId(owner_));
-    }
+    belongTo(owner_);
     exec();
     return ended_ ? result_ : -1;
 }

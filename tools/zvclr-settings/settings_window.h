@@ -4,11 +4,13 @@
 
 #include <QDialog>
 #include <QHash>
+#include <memory>
 
 #include "host/dialogs.h"
 #include "resources/dialog_templates.h"
 
 class QLineEdit;
+class QWindow;
 
 namespace zvsettings {
 
@@ -18,7 +20,7 @@ public:
     SpinArrows(QWidget* parent, QLineEdit* buddy);
 
     void setRange(int lowest, int highest);
-    /// Writes the number into the edit.
+    /// Writes the number into the edit, kept in the range.
     void setPosition(int position);
 
 protected:
@@ -33,12 +35,14 @@ private:
     QWidget* down_;
     int lowest_ = 0;
     int highest_ = 100;
+    int position_ = 0;
 };
 
 class SettingsWindow : public QDialog {
 public:
     /// `owner` is the number of a window of the window system, or 0.
     SettingsWindow(const zv::DialogTemplate& shape, DLGPROC procedure, WId owner);
+    ~SettingsWindow() override;
 
     /// Opens the dialog and waits until it has ended.
     INT_PTR run(LPARAM parameter);
@@ -49,7 +53,8 @@ public:
     LONG_PTR userData = 0;
 
     HWND handle() { return reinterpret_cast<HWND>(static_cast<QWidget*>(this)); }
-    static QWidget* widgetOf(HWND window) { return reinterpret_cast<QWidget*>(window); }
+    /// Null for what is no widget of this program, or none any more.
+    static QWidget* widgetOf(HWND window);
     /// Null for what is no dialog.
     static SettingsWindow* of(HWND window) { return dynamic_cast<SettingsWindow*>(widgetOf(window)); }
 
@@ -60,8 +65,11 @@ private:
     QWidget* makeButton(const zv::DialogControl& control);
     void notify(int id, WORD event);
 
+    void belongTo(WId owner);
+
     DLGPROC procedure_;
     WId owner_;
+    std::unique_ptr<QWindow> ownerWindow_;
     QHash<int, QWidget*> controls_;
     QLineEdit* lastEdit_ = nullptr;
     double unitWidth_;

@@ -13,6 +13,7 @@
 #include "image/image.h"
 #include "image/output_file.h"
 #include "info_command.h"
+#include "settings_command.h"
 #include "table_command.h"
 #include "zvclr.h"
 
@@ -131,6 +132,26 @@ Examples:
 
 Exit codes: 0 done, 1 it failed, 2 wrong usage or a contradiction.)";
 
+const char* const kSettingsFooter = R"(
+The dialog is that of the library's Zv_ClrDlg. What it hands back is printed in two forms:
+
+  options   one line of options for zvclr convert, quoted for a shell. --to, and where needed --from, are yours
+  json      the record, field by field
+
+Notes on the error stream tell what has no option. What is typed for x, y and GCR is not taken over by the dialogs: GCR
+is 250. The CMYK dialog exchanges the two profiles if "RGB to CMYK" is ticked. The CIELab dialog makes a converter from
+rgb to lab to see whether it can be made; the options are printed also when it cannot.
+
+The program zvclr-settings shows the window, and must be installed beside this one or beside the library.
+
+Examples:
+  zvclr settings cmyk
+  options=$(zvclr settings cmyk --format options) &&
+      eval "zvclr convert photo.png press.tif --to cmyk $options"
+  zvclr settings lab --format json > settings.json
+
+Exit codes: 0 done, 1 nothing was chosen or no converter can be made, 2 wrong usage.)";
+
 void addMethodOptions(CLI::App* convert, zvtool::ConvertArguments& args) {
     convert
         ->add_option("--method", args.method,
@@ -235,6 +256,19 @@ CLI::App* addEmbed(CLI::App& app, zvtool::EmbedArguments& args) {
     return embed;
 }
 
+CLI::App* addSettings(CLI::App& app, zvtool::SettingsArguments& args) {
+    CLI::App* settings = app.add_subcommand("settings", "Choose parameters for zvclr convert in a dialog");
+    settings->add_option("DIALOG", args.dialog, "cmyk or lab: the space on the other side of rgb")
+        ->required()
+        ->check(CLI::IsMember({"cmyk", "lab"}));
+    settings->add_option("--format", args.format, "options or json; both unless given")
+        ->check(CLI::IsMember({"options", "json"}));
+    settings->add_option("--parent", args.parent, "Number of the X11 window that the dialog belongs to")
+        ->check(CLI::NonNegativeNumber);
+    settings->footer(kSettingsFooter);
+    return settings;
+}
+
 int fail(ExitCode code, const char* text) {
     fmt::print(stderr, "zvclr: error: {}\n", text);
     return code;
@@ -287,6 +321,8 @@ int run(int argc, char** argv) {
     const CLI::App* extract = addExtract(app, extractArguments);
     zvtool::EmbedArguments embedArguments;
     const CLI::App* embed = addEmbed(app, embedArguments);
+    zvtool::SettingsArguments settingsArguments;
+    const CLI::App* settings = addSettings(app, settingsArguments);
     const CLI::App* spaces = app.add_subcommand("spaces", "List the colour spaces");
     try {
         app.parse(argc, argv);
@@ -302,6 +338,7 @@ int run(int argc, char** argv) {
                        {info, [&] { zvtool::runInfo(infoArguments); }},
                        {extract, [&] { zvtool::runExtract(extractArguments); }},
                        {embed, [&] { zvtool::runEmbed(embedArguments); }},
+                       {settings, [&] { zvtool::runSettings(settingsArguments); }},
                        {spaces, [] { fmt::print("{}", zvtool::spacesTable()); }}});
 }
 

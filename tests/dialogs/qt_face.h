@@ -1,0 +1,20 @@
+// The user of the dialogs that Qt shows, for tests of this face alone.
+#pragma once
+
+#include <QComboBox>
+#include <functional>
+
+#include "settings_window.h"
+
+namespace zv::test {
+
+/// Waits until it is so, and lets windows work meanwhile; false if it never is.
+bool WaitUntil(const std::function<bool()>& so);
+
+/// By the arrow keys, so that the combo itself tells the dialog.
+void ChooseByKeys(QComboBox* combo, int index);
+
+/// The dialog that is open now; null for none.
+zvsettings::SettingsWindow* OpenDialog();
+
+}  // namespace zv::test
