@@ -18,8 +18,6 @@
 #include <cstdio>
 #include <exception>
 
-#include "tests/dialogs/dialog_user.h"
-
 namespace zv::test {
 
 using zvsettings::SettingsWindow;
@@ -128,9 +126,7 @@ public:
     }
 
     ChooserSeen Browse(int button, const Text& file) override {
-        const ChooserVisit visit(&dialog_, file);
-        Click(button);
-        return visit.Seen();
+        return VisitChooser(&dialog_, file, [&] { Click(button); });
     }
 
     void Close() override { dialog_.close(); }
@@ -182,6 +178,12 @@ void ChooseByKeys(QComboBox* combo, int index) {
 SettingsWindow* OpenDialog() {
     auto* dialog = ModalWindow<SettingsWindow>();
     return dialog != nullptr && dialog->isVisible() ? dialog : nullptr;
+}
+
+ChooserSeen VisitChooser(QWidget* owner, const Text& file, const std::function<void()>& open) {
+    const ChooserVisit visit(owner, file);
+    open();
+    return visit.Seen();
 }
 
 int32_t PlayDialogOf(const std::function<int32_t()>& call, const std::function<void(DialogUser&)>& script) {

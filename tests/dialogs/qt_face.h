@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "settings_window.h"
+#include "tests/dialogs/dialog_user.h"
 
 namespace zv::test {
 
@@ -16,5 +17,8 @@ void ChooseByKeys(QComboBox* combo, int index);
 
 /// The dialog that is open now; null for none.
 zvsettings::SettingsWindow* OpenDialog();
+
+/// Takes that file in the chooser that `open` waits for; an empty name cancels it.
+ChooserSeen VisitChooser(QWidget* owner, const Text& file, const std::function<void()>& open);
 
 }  // namespace zv::test

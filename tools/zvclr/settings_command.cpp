@@ -50,7 +50,9 @@ std::string utf8(const ZvChar (&name)[CLR_NAME_LENGTH]) {
 }
 
 /// A file of this name, whatever the command line would take the name for.
-std::string fileWord(const std::string& name) { return name == "embedded" || name[0] == '-' ? "./" + name : name; }
+std::string fileWord(const std::string& name) {
+    return name == "embedded" || name[0] == '-' ? fmt::format("./{}", name) : name;
+}
 
 class OptionWriter {
 public:
@@ -136,7 +138,8 @@ std::string shellWord(const std::string& word) {
             if (isControl(letter)) {
                 quoted += fmt::format("\\{:03o}", static_cast<uint8_t>(letter));
             } else {
-                quoted += (letter == '\'' || letter == '\\' ? "\\" : "") + std::string(1, letter);
+                quoted += letter == '\'' || letter == '\\' ? "\\" : "";
+                quoted += letter;
             }
         }
         return quoted + "'";
@@ -181,7 +184,8 @@ ConvertOptions convertOptions(const ClrParams& params) { return OptionWriter(par
 std::string shellLine(const std::vector<std::string>& words) {
     std::string line;
     for (const std::string& word : words) {
-        line += (line.empty() ? "" : " ") + shellWord(word);
+        line += line.empty() ? "" : " ";
+        line += shellWord(word);
     }
     return line;
 }
