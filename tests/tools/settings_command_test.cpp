@@ -219,12 +219,13 @@ TEST_F(SettingsCommand, PrintsOptionsAndThenJson) {
 }
 
 TEST_F(SettingsCommand, TheParentWindowReachesTheDialog) {
+    const std::string rest = "--version-of-caller\n" ZVCLR_VERSION_STRING "\n--reply-to\n3\n";
     EXPECT_EQ(settings({"lab", "--parent", "0x2e00007"}, "press 1").code, 0);
     const Bytes text = zvtest::readFile(path("arguments"));
-    EXPECT_EQ(std::string(text.begin(), text.end()), "lab\n--parent\n0x2e00007\n--reply-to\n3\n");
+    EXPECT_EQ(std::string(text.begin(), text.end()), "lab\n--parent\n0x2e00007\n" + rest);
     EXPECT_EQ(settings({"cmyk", "--parent", "19"}, "press 1").code, 0);
     const Bytes again = zvtest::readFile(path("arguments"));
-    EXPECT_EQ(std::string(again.begin(), again.end()), "cmyk\n--parent\n0x13\n--reply-to\n3\n");
+    EXPECT_EQ(std::string(again.begin(), again.end()), "cmyk\n--parent\n0x13\n" + rest);
 }
 
 TEST_F(SettingsCommand, ConvertTakesTheOptionsOfTheCmykDialog) {

@@ -61,7 +61,7 @@ void writeArguments(int count, char** arguments) {
 
 int main(int count, char** arguments) {
     writeArguments(count, arguments);
-    if (count != 6) return 2;
+    if (count < 4 || std::strcmp(arguments[count - 2], "--reply-to") != 0) return 2;
     const ClrDialog kind = std::strcmp(arguments[1], "cmyk") == 0 ? ClrDialog::kCmyk : ClrDialog::kLab;
     ScriptedDesktop::Get().user = [](ScriptedWindow& dialog) {
         std::istringstream lines(environment("ZVCLR_TEST_USER"));
@@ -71,5 +71,5 @@ int main(int count, char** arguments) {
     ClrBeginDialog(kind, &state);
     if (!ClrRunDialog(kind, nullptr, &state)) return 1;
     const ClrDlgReply reply = MakeReply(kind, state);
-    return write(std::atoi(arguments[5]), &reply, sizeof reply) == static_cast<ssize_t>(sizeof reply) ? 0 : 1;
+    return write(std::atoi(arguments[count - 1]), &reply, sizeof reply) == static_cast<ssize_t>(sizeof reply) ? 0 : 1;
 }
