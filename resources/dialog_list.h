@@ -21,17 +21,14 @@
 #define ZVCLR_DIALOG_POINTS 8
 #define ZVCLR_DIALOG_WIDTH 276
 
-#define ZVCLR_CMYK_DIALOG_ID 114
-#define ZVCLR_CMYK_DIALOG_TITLE "CMYK color settings"
-#define ZVCLR_CMYK_DIALOG_HEIGHT 206
-#define ZVCLR_CMYK_DIALOG(GROUP, LABEL, METHODS, WHITES, NAME, NUMBER, SPIN, BROWSE, DEFAULT, BUTTON, CHECK,           \
-                          RADIO_FIRST, RADIO)                                                                          \
+/* What both dialogs begin with; the labels of the profiles differ. */
+#define ZVCLR_COMMON_CONTROLS(first, second, LABEL, METHODS, WHITES, NAME, NUMBER, BROWSE)                             \
     LABEL("Conversion &Method", 7, 9, 94, 8)                                                                           \
     METHODS(116, 104, 7, 165, 90)                                                                                      \
-    LABEL("&CMYK Profile", 7, 28, 94, 8)                                                                               \
+    LABEL(first, 7, 28, 94, 8)                                                                                         \
     NAME(117, 104, 26, 142, 14)                                                                                        \
     BROWSE("...", 118, 250, 26, 19, 14)                                                                                \
-    LABEL("&RGB profile", 7, 46, 94, 8)                                                                                \
+    LABEL(second, 7, 46, 94, 8)                                                                                        \
     NAME(119, 104, 44, 142, 14)                                                                                        \
     BROWSE("...", 120, 250, 44, 19, 14)                                                                                \
     LABEL("&White point", 7, 65, 94, 8)                                                                                \
@@ -40,7 +37,14 @@
     NUMBER(124, 114, 82, 42, 14)                                                                                       \
     LABEL("&y", 162, 84, 8, 8)                                                                                         \
     NUMBER(125, 172, 82, 42, 14)                                                                                       \
-    LABEL("Y is always 1.0", 219, 84, 50, 8)                                                                           \
+    LABEL("Y is always 1.0", 219, 84, 50, 8)
+
+#define ZVCLR_CMYK_DIALOG_ID 114
+#define ZVCLR_CMYK_DIALOG_TITLE "CMYK color settings"
+#define ZVCLR_CMYK_DIALOG_HEIGHT 206
+#define ZVCLR_CMYK_DIALOG(GROUP, LABEL, METHODS, WHITES, NAME, NUMBER, SPIN, BROWSE, DEFAULT, BUTTON, CHECK,           \
+                          RADIO_FIRST, RADIO)                                                                          \
+    ZVCLR_COMMON_CONTROLS("&CMYK Profile", "&RGB profile", LABEL, METHODS, WHITES, NAME, NUMBER, BROWSE)               \
     GROUP("Emulation tables", 0xFFFF, 7, 102, 262, 34)                                                                 \
     LABEL("&Destination RGB table", 14, 118, 86, 8)                                                                    \
     NAME(121, 104, 116, 135, 14)                                                                                       \
@@ -60,21 +64,8 @@
 #define ZVCLR_LAB_DIALOG_HEIGHT 260
 #define ZVCLR_LAB_DIALOG(GROUP, LABEL, METHODS, WHITES, NAME, NUMBER, SPIN, BROWSE, DEFAULT, BUTTON, CHECK,            \
                          RADIO_FIRST, RADIO)                                                                           \
-    LABEL("Conversion &Method", 7, 9, 94, 8)                                                                           \
-    METHODS(116, 104, 7, 165, 90)                                                                                      \
-    LABEL("&Source input profile", 7, 28, 94, 8)                                                                       \
-    NAME(117, 104, 26, 142, 14)                                                                                        \
-    BROWSE("...", 118, 250, 26, 19, 14)                                                                                \
-    LABEL("&Destination output profile", 7, 46, 94, 8)                                                                 \
-    NAME(119, 104, 44, 142, 14)                                                                                        \
-    BROWSE("...", 120, 250, 44, 19, 14)                                                                                \
-    LABEL("&White point", 7, 65, 94, 8)                                                                                \
-    WHITES(123, 104, 63, 165, 90)                                                                                      \
-    LABEL("&x", 104, 84, 8, 8)                                                                                         \
-    NUMBER(124, 114, 82, 42, 14)                                                                                       \
-    LABEL("&y", 162, 84, 8, 8)                                                                                         \
-    NUMBER(125, 172, 82, 42, 14)                                                                                       \
-    LABEL("Y is always 1.0", 219, 84, 50, 8)                                                                           \
+    ZVCLR_COMMON_CONTROLS("&Source input profile", "&Destination output profile", LABEL, METHODS, WHITES, NAME,        \
+                          NUMBER, BROWSE)                                                                              \
     GROUP("Emulation tables", 129, 7, 102, 262, 112)                                                                   \
     RADIO_FIRST("&RGB To CIELab", 134, 14, 115, 116, 10)                                                               \
     RADIO("CIE&Lab To RGB", 135, 138, 115, 116, 10)                                                                    \
