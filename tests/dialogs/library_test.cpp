@@ -1,6 +1,8 @@
 // The dialogs through the library as it is installed, with a stand-in for the program that shows them.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <array>
@@ -17,6 +19,7 @@
 #include <thread>
 
 #include "Common/dialogs/reply.h"
+#include "tests/support/address_sanitizer.h"
 
 namespace zv::test {
 namespace {
@@ -599,6 +602,29 @@ TEST(InstalledHelper, IsFoundByAProgramThatHoldsTheLibrary) {
     fs::copy_file(ZVCLR_TEST_STATIC_CALLER, alone);
     EXPECT_EQ("0 none\n", OutputOf(alone, kLab));
 }
+
+#ifndef ZV_WITH_ADDRESS_SANITIZER  // whose own start and end do not work with raised rights
+TEST(InstalledHelper, IsNotStartedWithRaisedRights) {
+    const Installation place;
+    struct statvfs volume = {};
+    ASSERT_EQ(0, statvfs(place.Base().c_str(), &volume));
+    if (geteuid() != 0 || (volume.f_flag & ST_NOSUID) != 0) GTEST_SKIP() << "nobody here can raise rights";
+    place.Answer(kLab, ReplyOf(kLab, Chosen(kLab, CLRMETHOD_BUILTIN)));
+    for (const fs::path& folder : {place.Base(), place.folder, place.folder / "bin"}) {
+        fs::permissions(folder, fs::perms::all);
+    }
+    const fs::path program = place.folder / "bin" / "program";
+    fs::copy_file(ZVCLR_TEST_STATIC_CALLER, program);
+    constexpr uid_t kSomebody = 65534;
+    ASSERT_EQ(0, chown(program.c_str(), kSomebody, kSomebody));
+    ASSERT_EQ(0, chmod(program.c_str(), 0755));
+    EXPECT_EQ("1 converter\n", OutputOf(program, kLab));
+    EXPECT_TRUE(fs::remove(place.folder / "bin" / "lab.arguments"));
+    ASSERT_EQ(0, chmod(program.c_str(), 04755));
+    EXPECT_EQ("0 none\n", OutputOf(program, kLab));
+    EXPECT_FALSE(fs::exists(place.folder / "bin" / "lab.arguments"));
+}
+#endif
 
 TEST(InstalledHelper, IsFoundWhenTheSearchPathNamesTheLibrary) {
     const Installation place;

@@ -204,6 +204,14 @@ TEST(SettingsProgram, ShowsNothingWhereNobodyWouldSeeIt) {
         EXPECT_EQ(1, run.Code());
         EXPECT_EQ("zvclr-settings: error: there is no display\n", run.Output());
     }
+    // Qt minds no case, takes lists, and says what it did not find.
+    for (const char* platform : {"Offscreen", "VNC", "offscreen;xcb", "nonsense;offscreen"}) {
+        SCOPED_TRACE(platform);
+        Launch run(kCmyk, {std::string("QT_QPA_PLATFORM=") + platform, "DISPLAY="});
+        EXPECT_EQ(1, run.Code());
+        EXPECT_NE(std::string::npos, run.Output().find("zvclr-settings: error: "));
+        EXPECT_EQ(0U, run.BytesOfReply());
+    }
 }
 
 TEST(SettingsProgram, ServesOnlyTheLibraryOfItsOwnVersion) {

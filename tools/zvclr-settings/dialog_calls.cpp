@@ -73,10 +73,10 @@ LRESULT buttonMessage(QAbstractButton* button, UINT message, WPARAM first) {
 LRESULT spinMessage(SpinArrows* spin, UINT message, LPARAM second) {
     switch (message) {
         case UDM_SETRANGE:
-            spin->setRange(HIWORD(second), LOWORD(second));
+            spin->setRange(static_cast<int16_t>(HIWORD(second)), static_cast<int16_t>(LOWORD(second)));
             return 0;
         case UDM_SETPOS:
-            spin->setPosition(LOWORD(second));
+            spin->setPosition(static_cast<int16_t>(LOWORD(second)));
             return 0;
         default:
             return 0;

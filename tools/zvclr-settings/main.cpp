@@ -16,6 +16,8 @@ namespace {
 
 enum ExitCode { kDone = 0, kFailed = 1, kUsage = 2 };
 
+const char* const kNoDisplay = "there is no display";
+
 struct Request {
     zv::ClrDialog dialog;
     quint64 parentWindow;
@@ -40,15 +42,14 @@ void onMessage(QtMsgType type, const QMessageLogContext& context, const QString&
 }
 
 /// Platforms of Qt without a window that a person sees: nobody could end the dialog.
-bool isUnseen(const QByteArray& platform) {
-    for (const char* unseen : {"offscreen", "minimal", "minimalegl", "vnc"}) {
-        if (platform.split(':').constFirst() == unseen) return true;
-    }
-    return false;
+bool isUnseen(const QString& platform) {
+    static const QStringList unseen = {QStringLiteral("offscreen"), QStringLiteral("minimal"),
+                                       QStringLiteral("minimalegl"), QStringLiteral("vnc")};
+    return unseen.contains(platform.section(QLatin1Char(':'), 0, 0), Qt::CaseInsensitive);
 }
 
 bool hasDisplay() {
-    const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
+    const QString platform = qEnvironmentVariable("QT_QPA_PLATFORM");
     if (!platform.isEmpty()) return !isUnseen(platform);
     return !qEnvironmentVariableIsEmpty("DISPLAY") || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
 }
@@ -138,8 +139,10 @@ int main(int argc, char** argv) {
     if (parser.value(QLatin1String(zv::kClrHelperVersion)) != QLatin1String(ZVCLR_VERSION_STRING)) {
         return complain(kFailed, "the library is of another version than this program, " ZVCLR_VERSION_STRING);
     }
-    if (!hasDisplay()) return complain(kFailed, "there is no display");
+    if (!hasDisplay()) return complain(kFailed, kNoDisplay);
     qInstallMessageHandler(onMessage);
     const QApplication application(argc, argv);
+    // What was asked for may be a list, of which Qt takes what works.
+    if (isUnseen(QGuiApplication::platformName())) return complain(kFailed, kNoDisplay);
     return show(*request);
 }
