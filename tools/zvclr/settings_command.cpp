@@ -198,8 +198,10 @@ std::string settingsJson(const ClrParams& params) {
     json["activeMethodName"] = method ? nlohmann::ordered_json(methodName(*method)) : nullptr;
     json["methods"] = params.methods;
     json["emulationMethod"] = params.emulationMethod;
-    json["whitePoint"] = {
-        {"whiteCode", params.whitePoint->whiteCode}, {"x", params.whitePoint->x}, {"y", params.whitePoint->y}};
+    // By value: the record is byte-packed.
+    const double x = params.whitePoint->x;
+    const double y = params.whitePoint->y;
+    json["whitePoint"] = {{"whiteCode", uint32_t{params.whitePoint->whiteCode}}, {"x", x}, {"y", y}};
     json["inputProfileName"] = utf8(params.inputProfileName);
     json["outputProfileName"] = utf8(params.outputProfileName);
     json["emulationTableName"] = utf8(params.emulationTableName);
