@@ -359,7 +359,8 @@ TEST(WindowsCmykDialog, HasArrowsForItsLevel) {
                   const auto click = [&](bool up) {
                       RECT area = {};
                       GetClientRect(spin, &area);
-                      const LPARAM place = MAKELPARAM(area.right / 2, up ? area.bottom / 4 : area.bottom * 3 / 4);
+                      const LPARAM y = up ? area.bottom / 4 : area.bottom * 3 / 4;
+                      const LPARAM place = y * 0x10000 + area.right / 2;
                       user.Send(spin, WM_LBUTTONDOWN, MK_LBUTTON, place);
                       user.Send(spin, WM_LBUTTONUP, 0, place);
                   };
