@@ -608,7 +608,8 @@ TEST(InstalledHelper, IsNotStartedWithRaisedRights) {
     const Installation place;
     struct statvfs volume = {};
     ASSERT_EQ(0, statvfs(place.Base().c_str(), &volume));
-    if (geteuid() != 0 || (volume.f_flag & ST_NOSUID) != 0) GTEST_SKIP() << "nobody here can raise rights";
+    // Elsewhere the bit raises nothing, and the program is started as ever.
+    const bool raises = geteuid() == 0 && (volume.f_flag & ST_NOSUID) == 0;
     place.Answer(kLab, ReplyOf(kLab, Chosen(kLab, CLRMETHOD_BUILTIN)));
     for (const fs::path& folder : {place.Base(), place.folder, place.folder / "bin"}) {
         fs::permissions(folder, fs::perms::all);
@@ -616,13 +617,15 @@ TEST(InstalledHelper, IsNotStartedWithRaisedRights) {
     const fs::path program = place.folder / "bin" / "program";
     fs::copy_file(ZVCLR_TEST_STATIC_CALLER, program);
     constexpr uid_t kSomebody = 65534;
-    ASSERT_EQ(0, chown(program.c_str(), kSomebody, kSomebody));
+    if (raises) {
+        ASSERT_EQ(0, chown(program.c_str(), kSomebody, kSomebody));
+    }
     ASSERT_EQ(0, chmod(program.c_str(), 0755));
     EXPECT_EQ("1 converter\n", OutputOf(program, kLab));
     EXPECT_TRUE(fs::remove(place.folder / "bin" / "lab.arguments"));
     ASSERT_EQ(0, chmod(program.c_str(), 04755));
-    EXPECT_EQ("0 none\n", OutputOf(program, kLab));
-    EXPECT_FALSE(fs::exists(place.folder / "bin" / "lab.arguments"));
+    EXPECT_EQ(raises ? "0 none\n" : "1 converter\n", OutputOf(program, kLab));
+    EXPECT_EQ(!raises, fs::exists(place.folder / "bin" / "lab.arguments"));
 }
 #endif
 
