@@ -36,3 +36,10 @@ if(ZVCLR_SANITIZE)
 endif()
 target_compile_options(zvclr_options INTERFACE ${_zvclr_sanitize})
 target_link_options(zvclr_options INTERFACE ${_zvclr_sanitize})
+
+# Whether row code has variants for other instruction sets than the platform's baseline.
+set(ZVCLR_ISA_VARIANTS OFF)
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64)$")
+  set(ZVCLR_ISA_VARIANTS ON)
+  target_compile_definitions(zvclr_options INTERFACE ZVCLR_ISA_VARIANTS)
+endif()

@@ -7,7 +7,9 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace zv {
+#include "Common/kernels/isa.h"
+
+namespace zv::inline ZV_ISA {
 
 static_assert(FLT_EVAL_METHOD == 0, "single and double steps must not be computed wider than they are");
 
@@ -44,6 +46,12 @@ constexpr uint8_t ByteOf(double value) noexcept {
 
 constexpr uint8_t ByteOf(int32_t value) noexcept { return static_cast<uint8_t>(Clamp(value, 0, 255)); }
 
+/// Three channels before they are cut to bytes.
+using Sums = std::array<double, 3>;
+
+constexpr Pixel<3> BytesOf(const Sums& sums) noexcept { return {ByteOf(sums[0]), ByteOf(sums[1]), ByteOf(sums[2])}; }
+constexpr Rgb RgbOf(const Sums& sums) noexcept { return {ByteOf(sums[0]), ByteOf(sums[1]), ByteOf(sums[2])}; }
+
 constexpr int32_t SignExtend(uint8_t value) noexcept { return static_cast<int8_t>(value); }
 
 // 32-bit arithmetic that wraps.
@@ -67,4 +75,4 @@ constexpr int32_t ClrMulDiv(int32_t a, int32_t b, int32_t c) noexcept {
     return result > INT32_MAX || result < -INT32_MAX ? -1 : static_cast<int32_t>(result);
 }
 
-}  // namespace zv
+}  // namespace zv::inline ZV_ISA

@@ -5,24 +5,30 @@
 
 #include "Common/kernels/arithmetic.h"
 
-namespace zv {
+namespace zv::inline ZV_ISA {
 
 struct Xyz {
     static constexpr int32_t kPixelBytes = 3;
 
+    /// X, Y, Z before they are cut to bytes. Blue has no part in X.
+    static constexpr Sums FromRgbSums(double r, double g, double b) noexcept {
+        return {(g * 0.228457 + r * 0.63267) + b * 0.0, (g * 0.737352 + r * 0.204556) + b * 0.00951424,
+                (r * 0.126995 + g * 0.0341908) + b * 0.815696};
+    }
     static constexpr Pixel<3> FromRgb(Rgb p) noexcept {
-        const double r = p.r, g = p.g, b = p.b;
-        // Blue has no part in X.
-        return {LowByte(static_cast<int32_t>((g * 0.228457 + r * 0.63267) + b * 0.0)),
-                LowByte(static_cast<int32_t>((g * 0.737352 + r * 0.204556) + b * 0.00951424)),
-                LowByte(static_cast<int32_t>((r * 0.126995 + g * 0.0341908) + b * 0.815696))};
+        const Sums sums = FromRgbSums(p.r, p.g, p.b);
+        return {LowByte(static_cast<int32_t>(sums[0])), LowByte(static_cast<int32_t>(sums[1])),
+                LowByte(static_cast<int32_t>(sums[2]))};
     }
 
+    static constexpr Sums ToRgbSums(double x, double y, double z) noexcept {
+        return {(x * 1.75526 - y * 0.544134) + z * 0.00634681, (y * 1.50688 - x * 0.483679) - z * 0.0175762,
+                (y * 0.0215528 - x * 0.253) + z * 1.2257};
+    }
     static constexpr Rgb ToRgb(Pixel<3> p) noexcept {
-        const double x = p[0], y = p[1], z = p[2];
-        return {ByteOf(static_cast<int32_t>((x * 1.75526 - y * 0.544134) + z * 0.00634681)),
-                ByteOf(static_cast<int32_t>((y * 1.50688 - x * 0.483679) - z * 0.0175762)),
-                ByteOf(static_cast<int32_t>((y * 0.0215528 - x * 0.253) + z * 1.2257))};
+        const Sums sums = ToRgbSums(p[0], p[1], p[2]);
+        return {ByteOf(static_cast<int32_t>(sums[0])), ByteOf(static_cast<int32_t>(sums[1])),
+                ByteOf(static_cast<int32_t>(sums[2]))};
     }
 };
 
@@ -85,4 +91,4 @@ struct Lab {
     }
 };
 
-}  // namespace zv
+}  // namespace zv::inline ZV_ISA

@@ -6,6 +6,7 @@
 #include <type_traits>
 
 #include "Common/kernels/arithmetic.h"
+#include "Common/kernels/rows.h"
 #include "Common/region.h"
 #include "zvclr.h"
 
@@ -153,6 +154,26 @@ int32_t RunToHub(const KernelImage& image, int32_t rgbFirst, const Codec& codec)
     constexpr int32_t kBytes = Codec::kPixelBytes;
     if (!image.CanReadSource(kBytes) || !image.CanWriteDestination(kHubBytes)) return ERR_INVALID_PARAMETER;
     ToHubRows(image, rgbFirst, codec);
+    return CLR_SUCCESS;
+}
+
+/// The whole kernel from a hub, by rows of the instruction set in use.
+inline int32_t RunFromHub(const KernelImage& image, int32_t rgbFirst, const ClrHubRows& rows, int32_t pixelBytes,
+                          const void* context = nullptr) noexcept {
+    if (!image.CanReadSource(kHubBytes) || !image.CanWriteDestination(pixelBytes)) return ERR_INVALID_PARAMETER;
+    const ClrRow row = rows.fromHub[rgbFirst != 0 ? 1 : 0];
+    image.EachRow(kHubBytes, pixelBytes,
+                  [&](const uint8_t* from, uint8_t* to) { row(from, to, image.width, context); });
+    return CLR_SUCCESS;
+}
+
+/// The whole kernel to a hub.
+inline int32_t RunToHub(const KernelImage& image, int32_t rgbFirst, const ClrHubRows& rows, int32_t pixelBytes,
+                        const void* context = nullptr) noexcept {
+    if (!image.CanReadSource(pixelBytes) || !image.CanWriteDestination(kHubBytes)) return ERR_INVALID_PARAMETER;
+    const ClrRow row = rows.toHub[rgbFirst != 0 ? 1 : 0];
+    image.EachRow(pixelBytes, kHubBytes,
+                  [&](const uint8_t* from, uint8_t* to) { row(from, to, image.width, context); });
     return CLR_SUCCESS;
 }
 

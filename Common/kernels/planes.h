@@ -1,0 +1,318 @@
+// The shared driver of the rows: 64 pixels at a time are dealt out to a plane for each channel, worked on side by side,
+// and woven together again.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+#include <utility>
+
+#include "Common/kernels/arithmetic.h"
+#include "Common/kernels/lanes.h"
+#include "Common/kernels/rows.h"
+
+namespace zv::inline ZV_ISA {
+
+/// Pixels that a row loop takes in before it writes any: a conversion in place of pixels of one size may overlap.
+inline constexpr int32_t kBlock = 64;
+
+struct alignas(64) Plane {
+    uint8_t bytes[kBlock];
+
+    uint8_t operator[](int32_t i) const noexcept { return bytes[i]; }
+    uint8_t& operator[](int32_t i) noexcept { return bytes[i]; }
+    const uint8_t* At(int32_t i) const noexcept { return bytes + i; }
+    uint8_t* At(int32_t i) noexcept { return bytes + i; }
+};
+
+template <size_t kChannels>
+using Planes = std::array<Plane, kChannels>;
+
+// --- Dealing out and weaving ----------------------------------------------------------------------------------------
+
+#if ZV_ISA_LEVEL == 2
+inline constexpr size_t kShuffled = 64;
+#else
+inline constexpr size_t kShuffled = 16;
+#endif
+/// What one shuffle reaches.
+typedef uint8_t Bytes __attribute__((vector_size(kShuffled)));
+static_assert(kBlock % kShuffled == 0);
+
+#if ZV_ISA_LEVEL == 0 && ZV_X86
+
+// SSE2 has no shuffle of bytes, only one that interleaves halves and one that narrows words.
+
+inline __m128i Word(Bytes b) noexcept { return reinterpret_cast<__m128i>(b); }
+inline Bytes Interleaved(__m128i a, __m128i b) noexcept { return reinterpret_cast<Bytes>(_mm_unpacklo_epi8(a, b)); }
+inline __m128i UpperHalf(Bytes b) noexcept { return _mm_unpackhi_epi64(Word(b), Word(b)); }
+inline __m128i EvenBytes(Bytes b) noexcept { return _mm_and_si128(Word(b), _mm_set1_epi16(255)); }
+inline __m128i OddBytes(Bytes b) noexcept { return _mm_srli_epi16(Word(b), 8); }
+inline Bytes Narrowed(__m128i a, __m128i b) noexcept { return reinterpret_cast<Bytes>(_mm_packus_epi16(a, b)); }
+
+/// 32 bytes: even ones, then odd ones.
+inline void DealTwo(Bytes& a, Bytes& b) noexcept {
+    const Bytes even = Narrowed(EvenBytes(a), EvenBytes(b));
+    b = Narrowed(OddBytes(a), OddBytes(b));
+    a = even;
+}
+inline void WeaveTwo(Bytes& a, Bytes& b) noexcept {
+    const auto high = reinterpret_cast<Bytes>(_mm_unpackhi_epi8(Word(a), Word(b)));
+    a = Interleaved(Word(a), Word(b));
+    b = high;
+}
+
+template <size_t kChannels>
+void DealRun(Bytes (&run)[kChannels]) noexcept {
+    if constexpr (kChannels == 2) {
+        DealTwo(run[0], run[1]);
+    } else if constexpr (kChannels == 3) {
+        // Each round interleaves the first 24 bytes with the last 24: byte n comes to 2n, all modulo 47. After four, byte
+        // 3i is at 48i mod 47 = i.
+        for (int round = 0; round < 4; ++round) {
+            const Bytes a = Interleaved(Word(run[0]), UpperHalf(run[1]));
+            const Bytes b = Interleaved(UpperHalf(run[0]), Word(run[2]));
+            run[2] = Interleaved(Word(run[1]), UpperHalf(run[2]));
+            run[0] = a;
+            run[1] = b;
+        }
+    } else {
+        DealTwo(run[0], run[1]);  // first and third channel of eight pixels, second and fourth of them
+        DealTwo(run[2], run[3]);
+        std::swap(run[1], run[2]);
+        DealTwo(run[0], run[1]);
+        DealTwo(run[2], run[3]);
+        std::swap(run[1], run[2]);
+    }
+}
+
+/// Back.
+template <size_t kChannels>
+void WeaveRun(Bytes (&run)[kChannels]) noexcept {
+    if constexpr (kChannels == 2) {
+        WeaveTwo(run[0], run[1]);
+    } else if constexpr (kChannels == 3) {
+        for (int round = 0; round < 4; ++round) {
+            const Bytes a = Narrowed(EvenBytes(run[0]), EvenBytes(run[1]));
+            const Bytes b = Narrowed(EvenBytes(run[2]), OddBytes(run[0]));
+            run[2] = Narrowed(OddBytes(run[1]), OddBytes(run[2]));
+            run[0] = a;
+            run[1] = b;
+        }
+    } else {
+        std::swap(run[1], run[2]);
+        WeaveTwo(run[0], run[1]);
+        WeaveTwo(run[2], run[3]);
+        std::swap(run[1], run[2]);
+        WeaveTwo(run[0], run[1]);
+        WeaveTwo(run[2], run[3]);
+    }
+}
+
+#else
+
+/// Bytes of a run by their places in it: kPlaces::At(I) for lane I.
+template <class Places, size_t kVectors, size_t... kI>
+Bytes Gathered(const Bytes (&run)[kVectors], std::index_sequence<kI...>) noexcept {
+#    if ZV_ISA_LEVEL == 2
+    // A shuffle takes any bytes of two vectors: what has been gathered so far, and the run's next.
+    Bytes gathered = run[0];
+    const auto add = [&]<size_t kVector>() {
+        gathered = __builtin_shufflevector(gathered, run[kVector],
+                                           (Places::At(kI) / kShuffled == kVector ? int{kShuffled + Places::At(kI) % kShuffled}
+                                            : kVector == 1 && Places::At(kI) < kShuffled ? int{Places::At(kI)}
+                                                                                         : int{kI})...);
+    };
+#    else
+    // A shuffle takes any bytes of one vector, or zero.
+    Bytes gathered = {};
+    const auto add = [&]<size_t kVector>() {
+        gathered |= __builtin_shufflevector(
+            run[kVector], Bytes{},
+            (Places::At(kI) / kShuffled == kVector ? int{Places::At(kI) % kShuffled} : int{kShuffled})...);
+    };
+    add.template operator()<0>();
+#    endif
+    add.template operator()<1>();
+    if constexpr (kVectors > 2) add.template operator()<2>();
+    if constexpr (kVectors > 3) add.template operator()<3>();
+    return gathered;
+}
+
+/// Channel kChannel of each pixel.
+template <size_t kChannels, size_t kChannel>
+struct PlacesOfChannel {
+    static constexpr size_t At(size_t i) noexcept { return i * kChannels + kChannel; }
+};
+
+/// The kVector-th vector of pixels, from a run of planes.
+template <size_t kChannels, size_t kVector>
+struct PlacesOfPixels {
+    static constexpr size_t At(size_t i) noexcept {
+        const size_t byte = kVector * kShuffled + i;
+        return byte % kChannels * kShuffled + byte / kChannels;
+    }
+};
+
+template <template <size_t, size_t> class Places, size_t kChannels>
+void ShuffleRun(Bytes (&run)[kChannels]) noexcept {
+    using Lanes = std::make_index_sequence<kShuffled>;
+    const auto all = [&]<size_t... kVector>(std::index_sequence<kVector...>) {
+        const Bytes shuffled[] = {Gathered<Places<kChannels, kVector>>(run, Lanes{})...};
+        for (size_t i = 0; i < kChannels; ++i) run[i] = shuffled[i];
+    };
+    all(std::make_index_sequence<kChannels>{});
+}
+
+template <size_t kChannels>
+void DealRun(Bytes (&run)[kChannels]) noexcept {
+    ShuffleRun<PlacesOfChannel>(run);
+}
+template <size_t kChannels>
+void WeaveRun(Bytes (&run)[kChannels]) noexcept {
+    ShuffleRun<PlacesOfPixels>(run);
+}
+
+#endif
+
+/// A block of pixels into planes.
+template <size_t kChannels>
+void Deal(const uint8_t* pixels, Planes<kChannels>& planes) noexcept {
+    for (size_t at = 0; at < kBlock; at += kShuffled) {
+        Bytes run[kChannels];
+        for (size_t c = 0; c < kChannels; ++c) run[c] = LoadLanes<Bytes>(pixels + at * kChannels + c * kShuffled);
+        DealRun(run);
+        for (size_t c = 0; c < kChannels; ++c) StoreLanes(planes[c].bytes + at, run[c]);
+    }
+}
+
+/// Planes into a block of pixels.
+template <size_t kChannels>
+void Weave(const Planes<kChannels>& planes, uint8_t* pixels) noexcept {
+    for (size_t at = 0; at < kBlock; at += kShuffled) {
+        Bytes run[kChannels];
+        for (size_t c = 0; c < kChannels; ++c) run[c] = LoadLanes<Bytes>(planes[c].bytes + at);
+        WeaveRun(run);
+        for (size_t c = 0; c < kChannels; ++c) StoreLanes(pixels + at * kChannels + c * kShuffled, run[c]);
+    }
+}
+
+// --- Rows -----------------------------------------------------------------------------------------------------------
+
+/// A row through work(const Planes<kIn>&, Planes<kOut>&). Its tail runs the same code, on a block that is filled up
+/// with zeros.
+template <size_t kIn, size_t kOut, class Work>
+void MapBlocks(const uint8_t* from, uint8_t* to, int32_t width, const Work& work) noexcept {
+    Planes<kIn> in;
+    Planes<kOut> out;
+    for (; width >= kBlock; width -= kBlock) {
+        Deal(from, in);
+        work(in, out);
+        Weave(out, to);
+        from += kIn * kBlock;
+        to += kOut * kBlock;
+    }
+    if (width < 1) return;
+    alignas(64) uint8_t block[kBlock * (kIn > kOut ? kIn : kOut)] = {};
+    std::memcpy(block, from, kIn * static_cast<size_t>(width));
+    Deal(block, in);
+    work(in, out);
+    Weave(out, block);
+    std::memcpy(to, block, kOut * static_cast<size_t>(width));
+}
+
+/// Hub planes by the byte order of the hub.
+template <bool kRgbFirst, class AnyPlane>
+struct HubPlanes {
+    AnyPlane& r;
+    AnyPlane& g;
+    AnyPlane& b;
+
+    template <class AnyPlanes>
+    explicit HubPlanes(AnyPlanes& planes) noexcept
+        : r(planes[kRgbFirst ? 0 : 2]), g(planes[1]), b(planes[kRgbFirst ? 2 : 0]) {}
+};
+template <bool kRgbFirst>
+using HubIn = HubPlanes<kRgbFirst, const Plane>;
+template <bool kRgbFirst>
+using HubOut = HubPlanes<kRgbFirst, Plane>;
+
+// Single pixels of a block, for what is done again.
+
+template <class Hub>
+Rgb LoadHub(const Hub& planes, int32_t i) noexcept {
+    return {planes.r[i], planes.g[i], planes.b[i]};
+}
+template <class Hub>
+void StoreHub(const Hub& planes, int32_t i, Rgb pixel) noexcept {
+    planes.r[i] = pixel.r;
+    planes.g[i] = pixel.g;
+    planes.b[i] = pixel.b;
+}
+template <size_t kChannels>
+Pixel<kChannels> LoadPlanes(const Planes<kChannels>& planes, int32_t i) noexcept {
+    Pixel<kChannels> pixel;
+    for (size_t c = 0; c < kChannels; ++c) pixel[c] = planes[c][i];
+    return pixel;
+}
+template <size_t kChannels>
+void StorePlanes(Planes<kChannels>& planes, int32_t i, const Pixel<kChannels>& pixel) noexcept {
+    for (size_t c = 0; c < kChannels; ++c) planes[c][i] = pixel[c];
+}
+
+/// What a codec is made of: its context, where it has one.
+template <class Codec>
+Codec CodecOf([[maybe_unused]] const void* context) noexcept {
+    if constexpr (std::is_constructible_v<Codec, const void*>) {
+        return Codec(context);
+    } else {
+        return Codec{};
+    }
+}
+
+/// Rows of a codec with kPixelBytes and
+///     void Encode(const Hub& in, Planes<kPixelBytes>& out) const
+///     void Decode(const Planes<kPixelBytes>& in, const Hub& out) const
+/// where Hub has the planes r, g and b.
+template <class Codec, bool kRgbFirst>
+void FromHubRow(const uint8_t* from, uint8_t* to, int32_t width, const void* context) noexcept {
+    constexpr auto kBytes = size_t{Codec::kPixelBytes};
+    const Codec codec = CodecOf<Codec>(context);
+    MapBlocks<3, kBytes>(from, to, width, [&](const Planes<3>& in, Planes<kBytes>& out) {
+        codec.Encode(HubIn<kRgbFirst>(in), out);
+    });
+}
+template <class Codec, bool kRgbFirst>
+void ToHubRow(const uint8_t* from, uint8_t* to, int32_t width, const void* context) noexcept {
+    constexpr auto kBytes = size_t{Codec::kPixelBytes};
+    const Codec codec = CodecOf<Codec>(context);
+    MapBlocks<kBytes, 3>(from, to, width, [&](const Planes<kBytes>& in, Planes<3>& out) {
+        codec.Decode(in, HubOut<kRgbFirst>(out));
+    });
+}
+
+template <class Codec>
+inline constexpr ClrHubRows kHubRows = {{FromHubRow<Codec, false>, FromHubRow<Codec, true>},
+                                        {ToHubRow<Codec, false>, ToHubRow<Codec, true>}};
+
+// --- Estimates ------------------------------------------------------------------------------------------------------
+
+/// Pixels of a block whose estimate lies so close to an edge between two bytes that it does not tell them apart.
+class ClosePixels {
+public:
+    /// Marks the lanes from pixel `at` on whose two candidates differ in any channel.
+    void Add(int32_t at, Ints differences) noexcept { pixels_ |= uint64_t{LanesThatAreSet(differences)} << at; }
+
+    /// redo(i) for each of them.
+    template <class Redo>
+    void Each(const Redo& redo) const noexcept {
+        for (uint64_t left = pixels_; left != 0; left &= left - 1) redo(__builtin_ctzll(left));
+    }
+    bool Any() const noexcept { return pixels_ != 0; }
+
+private:
+    uint64_t pixels_ = 0;
+};
+
+}  // namespace zv::inline ZV_ISA
