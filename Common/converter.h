@@ -33,6 +33,8 @@ enum ClrRoute : uint32_t {
 
 /// Runs a transform over a packed run of pixels: all that a kernel needs of the transform engine.
 int32_t CmmRunTransform(const void* input, void* output, uint32_t pixelCount, CmmTransform* transform) noexcept;
+/// The same for the transform of a live converter, which needs no probe.
+int32_t CmmRunOwnTransform(const void* input, void* output, uint32_t pixelCount, CmmTransform* transform) noexcept;
 
 }  // namespace zv
 

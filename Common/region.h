@@ -39,15 +39,31 @@ private:
     int64_t bytes_;
 };
 
-/// An empty region can always be read and written: nothing in it will be touched.
-inline bool CanRead(const void* address, RegionSize size) noexcept {
+/// Bytes from the starts of a call's two images that are known to be reachable. What an outer layer has probed, an
+/// inner one does not probe again.
+struct ClrReach {
+    int64_t readable = 0;
+    int64_t writable = 0;
+
+    /// With what two more probes have found.
+    constexpr ClrReach With(RegionSize source, RegionSize destination) const noexcept {
+        return {source.Bytes() > readable ? source.Bytes() : readable,
+                destination.Bytes() > writable ? destination.Bytes() : writable};
+    }
+};
+
+/// An empty region can always be read and written: nothing in it will be touched. Only what lies behind the `known`
+/// bytes is probed.
+inline bool CanRead(const void* address, RegionSize size, int64_t known = 0) noexcept {
     if (!size.Fits()) return false;
-    return size.Bytes() <= 0 || !IsBadReadPtr(address, static_cast<size_t>(size.Bytes()));
+    return size.Bytes() <= known ||
+           ZvCanLoad(static_cast<const uint8_t*>(address) + known, static_cast<size_t>(size.Bytes() - known));
 }
 
-inline bool CanWrite(void* address, RegionSize size) noexcept {
+inline bool CanWrite(void* address, RegionSize size, int64_t known = 0) noexcept {
     if (!size.Fits()) return false;
-    return size.Bytes() <= 0 || !IsBadWritePtr(address, static_cast<size_t>(size.Bytes()));
+    return size.Bytes() <= known ||
+           !IsBadWritePtr(static_cast<uint8_t*>(address) + known, static_cast<size_t>(size.Bytes() - known));
 }
 
 }  // namespace zv

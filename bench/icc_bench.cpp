@@ -1,17 +1,13 @@
 // The ICC methods: pixels through the runners, and the making of converters.
-#include <benchmark/benchmark.h>
+#include <utility>
 
-#include <string>
-#include <vector>
-
-#include "bench/picture.h"
+#include "Common/Zvtrans/transform.h"
+#include "bench/measure.h"
 #include "resources/resources.h"
 #include "zvclr.h"
 
 namespace zv::bench {
 namespace {
-
-constexpr int64_t kPixels = int64_t{kWidth} * kHeight;
 
 ClrProfileMemory OwnProfile(uint32_t id) {
     const ZvModuleResource* entry = zvclrOwnResources;
@@ -55,24 +51,36 @@ std::vector<uint8_t> Source(int32_t space) {
     return pixels;
 }
 
-void IccPixels(benchmark::State& state, const Sides& sides) {
+void Convert(benchmark::State& state, const Sides& sides, ClrHandle* converter) {
     const std::vector<uint8_t> in = Source(sides.from);
-    ClrHandle* converter = Create(sides);
     if (converter == nullptr || in.empty()) {
         state.SkipWithError("no converter");
         return;
     }
     std::vector<uint8_t> out(static_cast<size_t>(kPixels) * PixelBytes(sides.to));
-    for (auto _ : state) {
+    MeasurePixels(state, out, [&] {
         if (Zv_ClrConvert(converter, in.data(), out.data(), kWidth, kHeight, 0, 0) != CLR_SUCCESS) {
             state.SkipWithError("no pixels");
-            break;
         }
-        benchmark::DoNotOptimize(out.data());
-        benchmark::ClobberMemory();
-    }
-    state.counters["pixels"] =
-        benchmark::Counter(static_cast<double>(state.iterations() * kPixels), benchmark::Counter::kIsRate);
+    });
+}
+
+void IccPixels(benchmark::State& state, ClrIsa isa, const Sides& sides) {
+    const test::UseIsa use(isa);
+    ClrHandle* converter = Create(sides);
+    Convert(state, sides, converter);
+    Zv_ClrFree(converter);
+}
+
+/// The loop over single pixels, which serves where a transform has no tables of bytes.
+void IccPlain(benchmark::State& state, const Sides& sides) {
+    ClrHandle* converter = Create(sides);
+    CmmTransform* transform = converter == nullptr      ? nullptr
+                              : sides.inputProfile != 0 ? converter->customTransform
+                                                        : converter->iccTransform;
+    CmmByteTables* tables = transform == nullptr ? nullptr : std::exchange(transform->byteTables, nullptr);
+    Convert(state, sides, converter);
+    if (transform != nullptr) transform->byteTables = tables;
     Zv_ClrFree(converter);
 }
 
@@ -121,13 +129,10 @@ const bool registered = [] {
     };
     for (const auto& route : kRoutes) {
         const std::string name = route.name;
-        benchmark::RegisterBenchmark(("IccPixels/" + name).c_str(), IccPixels, route.sides)
-            ->Unit(benchmark::kMillisecond);
-        benchmark::RegisterBenchmark(("IccCreate/" + name).c_str(), IccCreate, route.sides)
-            ->Unit(benchmark::kMillisecond);
-        if (route.sides.inputProfile != 0) continue;
-        benchmark::RegisterBenchmark(("IccChangeWhite/" + name).c_str(), IccChangeWhite, route.sides)
-            ->Unit(benchmark::kMillisecond);
+        AddForEachIsa("IccPixels/" + name, IccPixels, route.sides);
+        AddBenchmark("plain/IccPixels/" + name, IccPlain, route.sides);
+        AddBenchmark("IccCreate/" + name, IccCreate, route.sides);
+        if (route.sides.inputProfile == 0) AddBenchmark("IccChangeWhite/" + name, IccChangeWhite, route.sides);
     }
     return true;
 }();

@@ -10,7 +10,7 @@ namespace zv::bench {
 inline constexpr int32_t kWidth = 1920;
 inline constexpr int32_t kHeight = 1080;
 
-inline std::vector<uint8_t> Photograph() {
+inline std::vector<uint8_t> MakePhotograph() {
     std::vector<uint8_t> bytes(size_t{kWidth} * kHeight * 3);
     uint32_t noise = 1;
     size_t at = 0;
@@ -26,6 +26,18 @@ inline std::vector<uint8_t> Photograph() {
             }
         }
     }
+    return bytes;
+}
+
+inline const std::vector<uint8_t>& Photograph() {
+    static const std::vector<uint8_t> photograph = MakePhotograph();
+    return photograph;
+}
+
+/// The same without its colours.
+inline std::vector<uint8_t> GreyPhotograph() {
+    std::vector<uint8_t> bytes = Photograph();
+    for (size_t at = 0; at < bytes.size(); at += 3) bytes[at] = bytes[at + 2] = bytes[at + 1];
     return bytes;
 }
 

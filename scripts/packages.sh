@@ -10,5 +10,7 @@ ZVCLR_TEST_PACKAGES=(libgtest-dev libbenchmark-dev libgif-dev python3 file bsdut
     fonts-dejavu-core xvfb xdotool x11-utils)
 ZVCLR_CI_PACKAGES=(ccache clang libclang-rt-14-dev clang-format clang-tidy shellcheck
     g++-mingw-w64-x86-64-posix wine64 googletest)
+# What the benchmarks compare with, each of them optional.
+ZVCLR_BENCH_PACKAGES=(libbenchmark-dev libyuv-dev libopencv-imgproc-dev)
 # For scripts/screenshots, beside those of the tests. Wine has the fonts of the dialogs of Windows.
 ZVCLR_SCREENSHOT_PACKAGES=(g++-mingw-w64-x86-64-posix wine64 fonts-wine googletest)

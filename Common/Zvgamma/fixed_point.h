@@ -5,7 +5,9 @@
 #include <cfloat>
 #include <cstdint>
 
-namespace zv {
+#include "Common/kernels/isa.h"
+
+namespace zv::inline ZV_ISA {
 
 static_assert(FLT_EVAL_METHOD == 0, "double steps must not be computed wider than they are");
 
@@ -15,10 +17,8 @@ inline constexpr double kFixedUnit = 1.0 / 65536.0;
 
 /// Toward zero. Outside the integer's range the nearest end is taken, and 0 for what is not a number.
 constexpr int32_t TruncateClamped(double value) noexcept {
-    if (value != value) return 0;
-    if (value >= 2147483647.0) return INT32_MAX;
-    if (value <= -2147483648.0) return INT32_MIN;
-    return static_cast<int32_t>(value);
+    if (value > -2147483649.0 && value < 2147483648.0) return static_cast<int32_t>(value);
+    return value != value ? 0 : value > 0.0 ? INT32_MAX : INT32_MIN;
 }
 
 constexpr uint16_t LowWord(int32_t value) noexcept {
@@ -43,6 +43,13 @@ constexpr int32_t FixedOfWord(uint16_t word) noexcept { return TruncateClamped(w
 /// The inverse of FixedOfWord, before any clamp.
 constexpr int32_t WordScaleOfFixed(int32_t fixed) noexcept {
     return TruncateClamped(fixed * 65535.0 * kFixedUnit + 0.5);
+}
+
+/// The high byte of ClampToWord(WordScaleOfFixed(fixed)), in integers: the doubles round nothing, and what they take
+/// off between the half and 1.5 is 1. Past that everything is clamped.
+constexpr uint8_t HighByteOfFixed(int32_t fixed) noexcept {
+    const int32_t byte = (fixed > 0x8000 ? fixed - 1 : fixed) >> 8;
+    return static_cast<uint8_t>(byte < 0 ? 0 : byte > 255 ? 255 : byte);
 }
 
 /// The product of two 16.16 numbers that are given as 16.16 and as a double.
@@ -81,4 +88,4 @@ constexpr FixedPosition PositionIn(uint16_t domain, uint16_t word) noexcept {
     return {p >> 16, p & 0xFFFFU};
 }
 
-}  // namespace zv
+}  // namespace zv::inline ZV_ISA

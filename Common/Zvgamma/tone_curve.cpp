@@ -105,16 +105,6 @@ ToneCurve* ToneCurveJoin(const ToneCurve* first, const ToneCurve* second) noexce
     return joined;
 }
 
-uint16_t ToneCurveEval(const uint16_t* entries, uint16_t domain, uint16_t value) noexcept {
-    if (value == kFullScale) return entries[domain];
-    const double position = value / 65535.0 * domain;
-    const double low = std::floor(position);
-    const auto i = static_cast<uint32_t>(low);
-    // A table of one entry has no neighbour; its fraction is 0.
-    const int32_t next = entries[i < domain ? i + 1 : i];
-    return LowWord(TruncateClamped(std::floor((next - int32_t{entries[i]}) * (position - low) + entries[i] + 0.5)));
-}
-
 int32_t ToneCurveIsLinear(const uint16_t* entries, int32_t count) noexcept {
     for (int32_t i = 0; i < count; ++i) {
         // Of a single entry the ideal value is no number, which no entry equals.

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "Common/Zvgamma/fixed_point.h"
 #include "host/platform.h"
 #include "zvclr.h"
 
@@ -36,7 +37,15 @@ ToneCurve* ToneCurveInvert(const ToneCurve* curve) noexcept;
 ToneCurve* ToneCurveJoin(const ToneCurve* first, const ToneCurve* second) noexcept;
 
 /// A table at a 16-bit position, rounded to nearest; `domain` is the count less one.
-uint16_t ToneCurveEval(const uint16_t* entries, uint16_t domain, uint16_t value) noexcept;
+inline uint16_t ToneCurveEval(const uint16_t* entries, uint16_t domain, uint16_t value) noexcept {
+    if (value == kFullScale) return entries[domain];
+    // Nothing here is negative, so that the floors are truncations.
+    const double position = value / 65535.0 * domain;
+    const auto i = static_cast<int32_t>(position);
+    // A table of one entry has no neighbour; its fraction is 0.
+    const int32_t here = entries[i], next = entries[i < domain ? i + 1 : i];
+    return static_cast<uint16_t>(static_cast<int32_t>((next - here) * (position - i) + here + 0.5));
+}
 /// 1 if the table is the ramp of its length; never for a single entry.
 int32_t ToneCurveIsLinear(const uint16_t* entries, int32_t count) noexcept;
 

@@ -1,10 +1,10 @@
 #include "Common/Zvlut/lut.h"
 
 #include <algorithm>
-#include <cmath>
 
 #include "Common/Zvgamma/fixed_point.h"
 #include "Common/Zvgamma/tone_curve.h"
+#include "Common/Zvlut/grid_step.h"
 #include "host/host.h"
 
 namespace zv {
@@ -16,79 +16,64 @@ constexpr ZvChar kSource[] = ZV_WIDE("Common\\Zvlut");
 /// A limit of our own: twice as many bytes, where the largest grid of a real profile has some ten million.
 constexpr int64_t kMostGridEntries = INT32_MAX;
 
-/// Where a word falls on an axis of a grid.
-struct GridPosition {
-    uint32_t low;
-    uint32_t high;
-    double fraction;
+/// The eight nodes around three words in a grid: where they are, and how far the words lie between them.
+struct Cell {
+    double x, y, z;
+    uint64_t corners[2][2][2];
+
+    Cell(const uint16_t* in, uint16_t domain, uint32_t outputs) noexcept {
+        const GridPosition first = PositionOnAxis(in[0], domain);
+        const GridPosition second = PositionOnAxis(in[1], domain);
+        const GridPosition third = PositionOnAxis(in[2], domain);
+        x = first.fraction;
+        y = second.fraction;
+        z = third.fraction;
+        const uint64_t n = uint64_t{domain} + 1;
+        const uint64_t i[2] = {first.low * n * n * outputs, first.high * n * n * outputs};
+        const uint64_t j[2] = {second.low * n * outputs, second.high * n * outputs};
+        const uint64_t k[2] = {uint64_t{third.low} * outputs, uint64_t{third.high} * outputs};
+        for (int corner = 0; corner < 8; ++corner) {
+            const int a = corner >> 2, b = corner >> 1 & 1, c = corner & 1;
+            corners[a][b][c] = i[a] + j[b] + k[c];
+        }
+    }
+
+    /// One output from node(at).
+    template <class Node>
+    uint16_t At(uint32_t output, const Node& node) const noexcept {
+        return RoundedWord(Trilinear(x, y, z, [&](int i, int j, int k) { return node(corners[i][j][k] + output); }));
+    }
 };
 
-GridPosition PositionOnAxis(uint16_t value, uint16_t domain) noexcept {
-    const double position = value * static_cast<double>(domain) / 65535.0;
-    const double low = std::floor(position);
-    const auto node = static_cast<uint32_t>(low);
-    // An axis of one node has no neighbour; its fraction is 0.
-    const uint32_t high = value < kFullScale && node < domain ? node + 1 : node;
-    return {node, high, position - low};
-}
-
-constexpr double Lerp(double fraction, double a, double b) noexcept { return (b - a) * fraction + a; }
-
-/// The first channel is interpolated first and the third last; only the end is rounded.
-template <class Node>
-void Interpolate(const uint16_t* in, uint16_t* out, uint16_t domain, uint32_t outputs, const Node& node) noexcept {
-    const GridPosition x = PositionOnAxis(in[0], domain);
-    const GridPosition y = PositionOnAxis(in[1], domain);
-    const GridPosition z = PositionOnAxis(in[2], domain);
-    const uint64_t n = uint64_t{domain} + 1;
-    const auto address = [n, outputs](uint32_t i, uint32_t j, uint32_t k) { return ((i * n + j) * n + k) * outputs; };
-    const uint64_t corners[2][2][2] = {
-        {{address(x.low, y.low, z.low), address(x.low, y.low, z.high)},
-         {address(x.low, y.high, z.low), address(x.low, y.high, z.high)}},
-        {{address(x.high, y.low, z.low), address(x.high, y.low, z.high)},
-         {address(x.high, y.high, z.low), address(x.high, y.high, z.high)}},
-    };
-    for (uint32_t o = 0; o < outputs; ++o) {
-        const double c00 = Lerp(x.fraction, node(corners[0][0][0] + o), node(corners[1][0][0] + o));
-        const double c10 = Lerp(x.fraction, node(corners[0][1][0] + o), node(corners[1][1][0] + o));
-        const double c01 = Lerp(x.fraction, node(corners[0][0][1] + o), node(corners[1][0][1] + o));
-        const double c11 = Lerp(x.fraction, node(corners[0][1][1] + o), node(corners[1][1][1] + o));
-        const double c0 = Lerp(y.fraction, c00, c10);
-        const double c1 = Lerp(y.fraction, c01, c11);
-        // Between words, so that the floor is a truncation.
-        out[o] = static_cast<uint16_t>(static_cast<int32_t>(Lerp(z.fraction, c0, c1) + 0.5));
-    }
-}
-
 void Interpolate(const uint16_t* in, uint16_t* out, const uint16_t* table, const CmmInterpParams& params) noexcept {
+    const Cell cell(in, params.domain, params.outputs);
     if (params.inputs >= 3) {
-        Interpolate(in, out, params.domain, params.outputs,
-                    [table](uint64_t at) { return static_cast<double>(table[at]); });
+        for (uint32_t o = 0; o < params.outputs; ++o) {
+            out[o] = cell.At(o, [table](uint64_t at) { return static_cast<double>(table[at]); });
+        }
         return;
     }
     const int64_t entries = CmmGridEntries(uint32_t{params.domain} + 1, params.inputs, params.outputs);
     const uint64_t held = entries < 0 ? 0 : static_cast<uint64_t>(entries);
-    Interpolate(in, out, params.domain, params.outputs,
-                [table, held](uint64_t at) { return at < held ? static_cast<double>(table[at]) : 0.0; });
+    for (uint32_t o = 0; o < params.outputs; ++o) {
+        out[o] = cell.At(o, [table, held](uint64_t at) { return at < held ? static_cast<double>(table[at]) : 0.0; });
+    }
 }
 
-/// The lookups take the sizes of a slice, which has three inputs. Writing that into the table and back would be a race
-/// between threads that evaluate it.
+/// Two lookups of three words each, in two slices.
 void Eval4D(const CmmLut& lut, const uint16_t* in, uint16_t* out) noexcept {
     const CmmInterpParams& grid = lut.clutParams;
     const auto [slice, fraction] = PositionIn(grid.domain, in[0]);
     const uint32_t next = in[0] == kFullScale || slice >= grid.domain ? slice : slice + 1;
-
-    CmmInterpParams inner = grid;
-    inner.inputs = 3;
-    uint16_t first[kMostChannels];
-    uint16_t second[kMostChannels];
-    Interpolate(in + 1, first, lut.clut + size_t{slice} * grid.strides[3], inner);
-    Interpolate(in + 1, second, lut.clut + size_t{next} * grid.strides[3], inner);
+    const uint16_t* const tables[2] = {lut.clut + size_t{slice} * grid.strides[3],
+                                       lut.clut + size_t{next} * grid.strides[3]};
+    const Cell cell(in + 1, grid.domain, grid.outputs);
     for (uint32_t o = 0; o < grid.outputs; ++o) {
-        // The blend is truncated where the lookups are rounded.
-        const int32_t difference = int32_t{second[o]} - int32_t{first[o]};
-        out[o] = LowWord(TruncateClamped(difference * static_cast<double>(fraction) * kFixedUnit + first[o]));
+        uint16_t words[2];
+        for (int i = 0; i < 2; ++i) {
+            words[i] = cell.At(o, [table = tables[i]](uint64_t at) { return static_cast<double>(table[at]); });
+        }
+        out[o] = BlendedWord(static_cast<double>(fraction), words[0], words[1]);
     }
 }
 

@@ -51,20 +51,21 @@ int32_t TableStep(const uint16_t* curve, uint32_t index, uint32_t fraction) noex
     return TruncateClamped(difference * kFixedUnit * fraction * kFixedUnit * kFixedOne + 0.5) + curve[index];
 }
 
-/// Curves, or without them a widening, then the matrix. An input shaper never reaches its last entry.
+/// A channel through its curve, or without one a widening. An input shaper never reaches its last entry.
+template <bool kStopsBeforeLast>
+int32_t Shape(const MatShaper& record, int channel, uint16_t word) noexcept {
+    const uint16_t domain = record.curveParams.domain;
+    if ((record.flags & MATSHAPER_HAS_SHAPER) == 0) return FixedOfWord(word);
+    FixedPosition position = PositionIn(domain, word);
+    // The fraction stays: full scale gives the last entry but one.
+    if (kStopsBeforeLast && position.index + 1 > domain && position.index > 0) --position.index;
+    return TableStep(record.curves[channel], position.index, position.fraction);
+}
+
+/// Curves, then the matrix.
 template <bool kStopsBeforeLast>
 void ShapeThenMatrix(const MatShaper& record, const uint16_t* in, int32_t (&channels)[3]) noexcept {
-    const uint16_t domain = record.curveParams.domain;
-    for (int c = 0; c < 3; ++c) {
-        if ((record.flags & MATSHAPER_HAS_SHAPER) == 0) {
-            channels[c] = FixedOfWord(in[c]);
-            continue;
-        }
-        FixedPosition position = PositionIn(domain, in[c]);
-        // The fraction stays: full scale gives the last entry but one.
-        if (kStopsBeforeLast && position.index + 1 > domain && position.index > 0) --position.index;
-        channels[c] = TableStep(record.curves[c], position.index, position.fraction);
-    }
+    for (int c = 0; c < 3; ++c) channels[c] = Shape<kStopsBeforeLast>(record, c, in[c]);
     if ((record.flags & MATSHAPER_HAS_MATRIX) != 0) FixedMatrixTimes(record.matrix, channels);
 }
 
@@ -125,6 +126,14 @@ int32_t MatShaperEval(const MatShaper* record, const uint16_t* in, uint16_t* out
     if (record == nullptr || IsBadReadPtr(record, sizeof *record)) return 0;
     MatShaperEvalUnchecked(*record, in, out);
     return 1;
+}
+
+void MatShaperTerms(const MatShaper& record, int channel, uint16_t word, int32_t (&terms)[3]) noexcept {
+    int32_t channels[3] = {};
+    channels[channel] = Shape<false>(record, channel, word);
+    // The other channels add products with 0.
+    if ((record.flags & MATSHAPER_HAS_MATRIX) != 0) FixedMatrixTimes(record.matrix, channels);
+    for (int row = 0; row < 3; ++row) terms[row] = channels[row];
 }
 
 void MatShaperEvalUnchecked(const MatShaper& record, const uint16_t* in, uint16_t* out) noexcept {

@@ -35,5 +35,7 @@ void MatShaperFree(MatShaper* record) noexcept;
 int32_t MatShaperEval(const MatShaper* record, const uint16_t* in, uint16_t* out) noexcept;
 /// The same for a record that is known to be good: runs of pixels call this.
 void MatShaperEvalUnchecked(const MatShaper& record, const uint16_t* in, uint16_t* out) noexcept;
+/// What a word in that channel adds to each of the three sums of a shaper from device to device.
+void MatShaperTerms(const MatShaper& record, int channel, uint16_t word, int32_t (&terms)[3]) noexcept;
 
 }  // namespace zv

@@ -1,6 +1,7 @@
 // Making a transform out of two profiles.
 #include <initializer_list>
 
+#include "Common/Zvtrans/byte_tables.h"
 #include "Common/Zvtrans/transform.h"
 
 namespace zv {
@@ -148,7 +149,10 @@ CmmTransform* CmmBuildTransform(CmmProfile* inputProfile, uint32_t inputFormat, 
     transform->inputFormat = inputFormat;
     transform->outputFormat = outputFormat;
     transform->run = CmmRunFull;
-    if (Construction(*transform, buildFlags).Run(white, status)) return transform;
+    if (Construction(*transform, buildFlags).Run(white, status)) {
+        transform->byteTables = CmmMakeByteTables(*transform);
+        return transform;
+    }
     CmmFreeTransform(transform);
     return nullptr;
 }
@@ -167,6 +171,7 @@ void CmmFreeTransform(CmmTransform* transform) noexcept {
     for (MatShaper* shaper : {transform->inputShaper, transform->outputShaper, transform->combinedShaper}) {
         MatShaperFree(shaper);
     }
+    CmmFreeByteTables(transform->byteTables);
     CmmCloseProfile(transform->inputProfile);
     CmmCloseProfile(transform->outputProfile);
     HostFree(transform, __LINE__, kSource);

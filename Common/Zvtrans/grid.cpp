@@ -31,23 +31,27 @@ constexpr CmmSpaceEndpoints kEndpoints[] = {
 
 constexpr uint16_t kNoWhite[4] = {};
 
-/// Sends the nodes of one innermost row through the transform after another: they lie side by side in the grid.
+/// Sends the nodes of the two innermost axes through the transform at a time: they lie side by side in the grid, and
+/// every run probes the transform.
 void SampleNodes(CmmTransform* transform, CmmLut& grid) noexcept {
     const uint32_t channels = grid.inputChannels, points = grid.gridPoints;
     uint16_t axis[kMostGridPoints];
     for (uint32_t i = 0; i < points; ++i) axis[i] = NodeWord(i, channels);
 
     const auto entries = static_cast<size_t>(CmmGridEntries(grid.gridPoints, grid.inputChannels, grid.outputChannels));
-    const size_t rowEntries = size_t{points} * grid.outputChannels;
-    uint16_t row[kMostGridPoints * 4];
-    uint32_t node[4] = {};  // the last coordinate is the row's own
-    for (size_t at = 0; at < entries; at += rowEntries) {
-        uint16_t* word = row;
-        for (node[channels - 1] = 0; node[channels - 1] < points; ++node[channels - 1]) {
+    const uint32_t planeNodes = points * points;
+    const size_t planeEntries = size_t{planeNodes} * grid.outputChannels;
+    uint16_t plane[kMostGridPoints * kMostGridPoints * 4];
+    uint32_t node[4] = {};  // the last two coordinates are the plane's own
+    for (size_t at = 0; at < entries; at += planeEntries) {
+        uint16_t* word = plane;
+        for (uint32_t i = 0; i < planeNodes; ++i) {
+            node[channels - 2] = i / points;
+            node[channels - 1] = i % points;
             for (uint32_t c = 0; c < channels; ++c) *word++ = axis[node[c]];
         }
-        CmmRunTransform(row, grid.clut + at, points, transform);
-        for (uint32_t c = channels - 1; c-- > 0;) {
+        CmmRunTransform(plane, grid.clut + at, planeNodes, transform);
+        for (uint32_t c = channels - 2; c-- > 0;) {
             if (++node[c] < points) break;
             node[c] = 0;
         }

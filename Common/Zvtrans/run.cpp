@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <atomic>
 
+#include "Common/Zvtrans/byte_tables.h"
 #include "Common/Zvtrans/transform.h"
 
 namespace zv {
@@ -80,6 +81,44 @@ private:
     Words fromDevice_ = {}, joint_ = {}, proof_ = {}, toDevice_ = {};
 };
 
+int32_t RunFull(CmmTransform* transform, const void* input, void* output, uint32_t pixelCount) noexcept {
+    FullChain chain(*transform);
+    return RunPixels(transform, input, output, pixelCount,
+                     [&chain](const uint16_t* in, uint16_t* out) { return chain(in, out); });
+}
+
+int32_t RunGrid(CmmTransform* transform, const void* input, void* output, uint32_t pixelCount) noexcept {
+    if (CmmRunGridByBytes(*transform, input, output, pixelCount)) return CLR_SUCCESS;
+    const CmmLut* grid = transform->gridLut;
+    return RunPixels(transform, input, output, pixelCount, [grid](const uint16_t* in, uint16_t* out) {
+        if (grid != nullptr) CmmLutEvalUnchecked(*grid, in, out);
+        return static_cast<const uint16_t*>(out);
+    });
+}
+
+int32_t RunShaper(CmmTransform* transform, const void* input, void* output, uint32_t pixelCount) noexcept {
+    if (CmmRunShaperByBytes(*transform, input, output, pixelCount)) return CLR_SUCCESS;
+    const MatShaper* shaper = transform->combinedShaper;
+    const bool usable = shaper != nullptr && !IsBadReadPtr(shaper, sizeof *shaper);
+    return RunPixels(transform, input, output, pixelCount, [shaper, usable](const uint16_t* in, uint16_t* out) {
+        if (usable) MatShaperEvalUnchecked(*shaper, in, out);
+        return static_cast<const uint16_t*>(out);
+    });
+}
+
+int32_t RunCopy(CmmTransform* transform, const void* input, void* output, uint32_t pixelCount) noexcept {
+    return RunPixels(transform, input, output, pixelCount, [](const uint16_t* in, uint16_t*) { return in; });
+}
+
+/// The form of a runner for a transform that is known to be good.
+CmmRunner Unchecked(CmmRunner run) noexcept {
+    if (run == CmmRunGrid) return RunGrid;
+    if (run == CmmRunShaper) return RunShaper;
+    if (run == CmmRunFull) return RunFull;
+    if (run == CmmRunCopy) return RunCopy;
+    return run;
+}
+
 }  // namespace
 
 void CmmStageInputLut(const CmmTransform* transform, const uint16_t* in, uint16_t* out) noexcept {
@@ -99,42 +138,31 @@ void CmmStageOutputShaper(const CmmTransform* transform, const uint16_t* in, uin
 }
 
 int32_t CmmRunFull(CmmTransform* transform, const void* input, void* output, uint32_t pixelCount) noexcept {
-    if (!IsReadable(transform)) return ERR_INVALID_PARAMETER;
-    FullChain chain(*transform);
-    return RunPixels(transform, input, output, pixelCount,
-                     [&chain](const uint16_t* in, uint16_t* out) { return chain(in, out); });
+    return IsReadable(transform) ? RunFull(transform, input, output, pixelCount) : int32_t{ERR_INVALID_PARAMETER};
 }
 
 int32_t CmmRunGrid(CmmTransform* transform, const void* input, void* output, uint32_t pixelCount) noexcept {
-    if (!IsReadable(transform)) return ERR_INVALID_PARAMETER;
-    const CmmLut* grid = transform->gridLut;
-    return RunPixels(transform, input, output, pixelCount, [grid](const uint16_t* in, uint16_t* out) {
-        if (grid != nullptr) CmmLutEvalUnchecked(*grid, in, out);
-        return static_cast<const uint16_t*>(out);
-    });
+    return IsReadable(transform) ? RunGrid(transform, input, output, pixelCount) : int32_t{ERR_INVALID_PARAMETER};
 }
 
 int32_t CmmRunShaper(CmmTransform* transform, const void* input, void* output, uint32_t pixelCount) noexcept {
-    if (!IsReadable(transform)) return ERR_INVALID_PARAMETER;
-    const MatShaper* shaper = transform->combinedShaper;
-    const bool usable = shaper != nullptr && !IsBadReadPtr(shaper, sizeof *shaper);
-    return RunPixels(transform, input, output, pixelCount, [shaper, usable](const uint16_t* in, uint16_t* out) {
-        if (usable) MatShaperEvalUnchecked(*shaper, in, out);
-        return static_cast<const uint16_t*>(out);
-    });
+    return IsReadable(transform) ? RunShaper(transform, input, output, pixelCount) : int32_t{ERR_INVALID_PARAMETER};
 }
 
 int32_t CmmRunCopy(CmmTransform* transform, const void* input, void* output, uint32_t pixelCount) noexcept {
-    if (!IsReadable(transform)) return ERR_INVALID_PARAMETER;
-    return RunPixels(transform, input, output, pixelCount, [](const uint16_t* in, uint16_t*) { return in; });
+    return IsReadable(transform) ? RunCopy(transform, input, output, pixelCount) : int32_t{ERR_INVALID_PARAMETER};
 }
 
 int32_t CmmRunTransform(const void* input, void* output, uint32_t pixelCount, CmmTransform* transform) noexcept {
     if (transform == nullptr || IsBadWritePtr(transform, sizeof *transform)) return ERR_INVALID_PARAMETER;
+    return CmmRunOwnTransform(input, output, pixelCount, transform);
+}
+
+int32_t CmmRunOwnTransform(const void* input, void* output, uint32_t pixelCount, CmmTransform* transform) noexcept {
     // Nobody reads the counts during a run; two threads may write theirs at once.
     std::atomic_ref(transform->inputCount).store(pixelCount, std::memory_order_relaxed);
     std::atomic_ref(transform->outputCount).store(pixelCount, std::memory_order_relaxed);
-    return transform->run(transform, input, output, pixelCount);
+    return Unchecked(transform->run)(transform, input, output, pixelCount);
 }
 
 }  // namespace zv

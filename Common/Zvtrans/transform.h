@@ -51,6 +51,9 @@ using CmmPack = uint8_t* (*)(CmmTransform* transform, const uint16_t* words, uin
 using CmmRunner = int32_t (*)(CmmTransform* transform, const void* input, void* output, uint32_t pixelCount);
 using CmmStage = void (*)(const CmmTransform* transform, const uint16_t* in, uint16_t* out);
 
+/// See byte_tables.h.
+struct CmmByteTables;
+
 /// Owns all that it points to. Only the two counts are written by a run.
 struct CmmTransform {
     uint32_t inputFormat;  ///< CmmPixelFormat
@@ -84,6 +87,7 @@ struct CmmTransform {
     int32_t inputPcsKind;       ///< CmmPcsKind
     int32_t previewPcsKind;
     int32_t outputPcsKind;
+    CmmByteTables* byteTables;  ///< for runs of 8-bit channels; null where the general loop serves
 };
 
 /// Held while a transform is built.

@@ -1,5 +1,8 @@
 #include "Common/kernels/cie.h"
 
+#include <bit>
+
+#include "Common/kernels/byte_cells.h"
 #include "Common/kernels/kernels.h"
 #include "Common/kernels/lazy_table.h"
 #include "Common/kernels/row_frame.h"
@@ -8,20 +11,35 @@ namespace zv {
 
 namespace {
 
-using LinearTable = std::array<double, 256>;
+/// Of each cell the threshold that lies nearest to its middle.
+void FillByteCells(LabByteCells& cells) noexcept {
+    float thresholds[255];
+    for (size_t i = 0; i < 255; ++i) {
+        thresholds[i] = static_cast<float>(std::pow((static_cast<double>(i) + 0.5) / 255.0, 1.0 / lab::kEncodingPower));
+    }
+    uint32_t nearest = 0;
+    for (int32_t cell = kFirstCell; cell <= kLastCell; ++cell) {
+        const int32_t start = cell << kCellBits;
+        const auto middle = std::bit_cast<float>(start + (1 << (kCellBits - 1)));
+        while (nearest < 254 && thresholds[nearest + 1] - middle < middle - thresholds[nearest]) ++nearest;
+        constexpr int32_t kOctave = (1 << 23) - 1;
+        const int32_t distance = Clamp(std::bit_cast<int32_t>(thresholds[nearest]) - start, -kOctave, kOctave);
+        cells.entries[cell - kFirstCell] = static_cast<uint32_t>(distance) << 8 | nearest;
+    }
+}
 
-/// Linear light of every byte: three powers of six saved for each pixel.
-constinit LazyTable<LinearTable> linearTable([](LinearTable& table) noexcept {
-    for (size_t i = 0; i < table.size(); ++i) table[i] = lab::Linear(static_cast<uint8_t>(i));
+constinit LazyTable<LabTables> labTables([](LabTables& tables) noexcept {
+    for (size_t i = 0; i < 256; ++i) {
+        const double light = lab::Linear(static_cast<uint8_t>(i));
+        tables.linear[i] = light;
+        const Sums adds[3] = {lab::XyzOfLinear(light, 0, 0), lab::XyzOfLinear(0, light, 0),
+                              lab::XyzOfLinear(0, 0, light)};
+        for (size_t c = 0; c < 3; ++c) {
+            for (size_t k = 0; k < 3; ++k) tables.xyz[c][i][k] = static_cast<float>(adds[c][k]);
+        }
+    }
+    FillByteCells(tables.cells);
 });
-
-class FastLab : public Lab {
-public:
-    Pixel<3> FromRgb(Rgb p) const noexcept { return Stored(lab::FromLinear(linear_[p.r], linear_[p.g], linear_[p.b])); }
-
-private:
-    const LinearTable& linear_ = linearTable.Get();
-};
 
 struct RecordLabEncoder {
     static constexpr int32_t kPixelBytes = 3;
@@ -37,16 +55,24 @@ struct RecordLabDecoder {
 
 }  // namespace
 
-ZV_KERNEL(ClrXyzFromHub) { return RunFromHub(ZV_KERNEL_IMAGE, rgbFirst, Xyz{}); }
-ZV_KERNEL(ClrXyzToHub) { return RunToHub(ZV_KERNEL_IMAGE, rgbFirst, Xyz{}); }
-ZV_KERNEL(ClrLabFromHub) { return RunFromHub(ZV_KERNEL_IMAGE, rgbFirst, FastLab{}); }
-ZV_KERNEL(ClrLabToHub) { return RunToHub(ZV_KERNEL_IMAGE, rgbFirst, Lab{}); }
+ZV_KERNEL(ClrXyzFromHub) { return RunFromHub(ZV_KERNEL_IMAGE, rgbFirst, XyzRows(), Xyz::kPixelBytes); }
+ZV_KERNEL(ClrXyzToHub) { return RunToHub(ZV_KERNEL_IMAGE, rgbFirst, XyzRows(), Xyz::kPixelBytes); }
+ZV_KERNEL(ClrLabFromHub) {
+    return RunFromHub(ZV_KERNEL_IMAGE, rgbFirst, LabRows(), Lab::kPixelBytes, &labTables.Get());
+}
+ZV_KERNEL(ClrLabToHub) { return RunToHub(ZV_KERNEL_IMAGE, rgbFirst, LabRows(), Lab::kPixelBytes, &labTables.Get()); }
 
 int32_t ClrLabParamsFromHub(const ClrLabEncodeRecord* record, const uint8_t* source, uint8_t* destination,
                             int32_t width, int32_t height, int32_t sourceRowExtra, int32_t destinationRowExtra,
                             int32_t rgbFirst) noexcept {
     if (record == nullptr || source == nullptr || destination == nullptr) return ERR_INVALID_PARAMETER;
-    FromHubRows(ZV_KERNEL_IMAGE, rgbFirst, RecordLabEncoder{*record});
+    const KernelImage image(source, destination, width, height, sourceRowExtra, destinationRowExtra);
+    if (!record->lanes.usable) {
+        FromHubRows(image, rgbFirst, RecordLabEncoder{*record});
+        return CLR_SUCCESS;
+    }
+    const ClrRow row = LabRecordRows().fromHub[rgbFirst != 0 ? 1 : 0];
+    image.EachRow(kHubBytes, Lab::kPixelBytes, [&](const uint8_t* from, uint8_t* to) { row(from, to, width, record); });
     return CLR_SUCCESS;
 }
 
@@ -54,7 +80,15 @@ int32_t ClrLabParamsToHub(const ClrLabDecodeRecord* record, const uint8_t* sourc
                           int32_t height, int32_t sourceRowExtra, int32_t destinationRowExtra,
                           int32_t rgbFirst) noexcept {
     if (record == nullptr || source == nullptr || destination == nullptr) return ERR_INVALID_PARAMETER;
-    ToHubRows(ZV_KERNEL_IMAGE, rgbFirst, RecordLabDecoder{*record});
+    const KernelImage image(source, destination, width, height, sourceRowExtra, destinationRowExtra);
+    if (!record->lanes.usable) {
+        ToHubRows(image, rgbFirst, RecordLabDecoder{*record});
+        return CLR_SUCCESS;
+    }
+    const ClrRow row = LabRecordRows().toHub[rgbFirst != 0 ? 1 : 0];
+    const LabDecodeContext context = {*record, labTables.Get().cells};
+    image.EachRow(Lab::kPixelBytes, kHubBytes,
+                  [&](const uint8_t* from, uint8_t* to) { row(from, to, width, &context); });
     return CLR_SUCCESS;
 }
 

@@ -37,20 +37,48 @@ namespace lab {
 /// Linear light of an sRGB-like byte.
 inline double Linear(uint8_t value) noexcept { return std::pow(value / 255.0, 2.2222222222222223); }
 
-/// L, a, b of linear light, each cut to a byte without a clamp: what lies outside wraps.
-inline Pixel<3> FromLinear(double r, double g, double b) noexcept {
-    const auto f = [](double t) {
-        return t > 0.008856 ? std::pow(t, 0.3333333333333333) : t * 7.7867 + 0.13793103448275862;
-    };
+/// X, Y, Z of linear light, by a white of their own.
+constexpr Sums XyzOfLinear(double r, double g, double b) noexcept {
     const double zPart = g * 0.11919300258159637 + r * 0.01933399960398674;
     const double y = ((g * 0.7151600122451782 + r * 0.21267099678516388) + b * 0.0721689984202385) * 100.0 / 100.0;
     const double x =
         ((g * 0.3575800061225891 + r * 0.4124529957771301) + b * 0.18042300641536713) * 100.0 / 95.0166015625;
     const double z = (zPart + b * 0.9502270221710205) * 100.0 / 108.76499938964844;
-    const double fx = f(x), fy = f(y), fz = f(z);
-    return {LowByte(static_cast<int32_t>(fy * 116.0 - 16.0)), LowByte(static_cast<int32_t>((fx - fy) * 500.0)),
-            LowByte(static_cast<int32_t>((fy - fz) * 200.0))};
+    return {x, y, z};
 }
+
+// Above kLinearTo the cube root, below it a line.
+inline constexpr double kLinearTo = 0.008856;
+inline constexpr double kSlope = 7.7867;
+inline constexpr double kOffset = 0.13793103448275862;
+
+constexpr Sums SumsOfRoots(double fx, double fy, double fz) noexcept {
+    return {fy * 116.0 - 16.0, (fx - fy) * 500.0, (fy - fz) * 200.0};
+}
+
+/// L, a, b of linear light, each cut to a byte without a clamp: what lies outside wraps.
+inline Pixel<3> FromLinear(double r, double g, double b) noexcept {
+    const auto f = [](double t) { return t > kLinearTo ? std::pow(t, 0.3333333333333333) : t * kSlope + kOffset; };
+    const Sums xyz = XyzOfLinear(r, g, b);
+    const Sums sums = SumsOfRoots(f(xyz[0]), f(xyz[1]), f(xyz[2]));
+    return {LowByte(static_cast<int32_t>(sums[0])), LowByte(static_cast<int32_t>(sums[1])),
+            LowByte(static_cast<int32_t>(sums[2]))};
+}
+
+// The way back has a bound of its own between line and cube.
+inline constexpr double kInverseLinearTo = 0.20689;
+
+/// Linear light of X, Y, Z from 0 to 1. Not the white of the other direction.
+constexpr Sums LinearOfXyz(double fromX, double y, double fromZ) noexcept {
+    const double x = fromX * 0.95;
+    const double z = fromZ * 1.088;
+    return {(x * 3.240478992462158 - y * 1.5371500253677368) - z * 0.49853500723838806,
+            (y * 1.875991940498352 - x * 0.9692559838294983) + z * 0.04155600070953369,
+            (x * 0.05564799904823303 - y * 0.20404300093650818) + z * 1.0573110580444336};
+}
+
+/// A byte's power of linear light.
+inline constexpr double kEncodingPower = 0.45;
 
 }  // namespace lab
 
@@ -62,21 +90,16 @@ inline Pixel<3> ClrPixelToLab(uint8_t r, uint8_t g, uint8_t b) noexcept {
 /// One pixel: signed L*, a*, b* in.
 inline Rgb ClrLabToPixel(int32_t l, int32_t a, int32_t b) noexcept {
     const auto inverse = [](double t) {
-        return Clamp(t > 0.20689 ? std::pow(t, 3.0) : (t - 0.13793103448275862) / 7.7867, 0.0, 1.0);
+        return Clamp(t > lab::kInverseLinearTo ? std::pow(t, 3.0) : (t - lab::kOffset) / lab::kSlope, 0.0, 1.0);
     };
     const auto encode = [](double v) {
-        return ByteOf(static_cast<int32_t>(std::pow(Clamp(v, 0.0, 1.0), 0.45) * 255.0 + 0.5));
+        return ByteOf(static_cast<int32_t>(std::pow(Clamp(v, 0.0, 1.0), lab::kEncodingPower) * 255.0 + 0.5));
     };
     const double fy = (l + 16.0) / 116.0;
     const double fx = a / 500.0 + fy;
     const double fz = fy - b / 200.0;
-    // Not the white of the other direction.
-    const double x = inverse(fx) * 0.95;
-    const double y = inverse(fy);
-    const double z = inverse(fz) * 1.088;
-    return {encode((x * 3.240478992462158 - y * 1.5371500253677368) - z * 0.49853500723838806),
-            encode((y * 1.875991940498352 - x * 0.9692559838294983) + z * 0.04155600070953369),
-            encode((x * 0.05564799904823303 - y * 0.20404300093650818) + z * 1.0573110580444336)};
+    const Sums linear = lab::LinearOfXyz(inverse(fx), inverse(fy), inverse(fz));
+    return {encode(linear[0]), encode(linear[1]), encode(linear[2])};
 }
 
 struct Lab {
@@ -86,9 +109,9 @@ struct Lab {
     static constexpr Pixel<3> Stored(Pixel<3> lab) noexcept { return {LowByte((lab[0] * 255) / 100), lab[1], lab[2]}; }
 
     static Pixel<3> FromRgb(Rgb p) noexcept { return Stored(ClrPixelToLab(p.r, p.g, p.b)); }
-    static Rgb ToRgb(Pixel<3> p) noexcept {
-        return ClrLabToPixel(static_cast<int32_t>(p[0] / 2.55), SignExtend(p[1]), SignExtend(p[2]));
-    }
+    /// 0 to 100.
+    static constexpr int32_t Lightness(uint8_t stored) noexcept { return static_cast<int32_t>(stored / 2.55); }
+    static Rgb ToRgb(Pixel<3> p) noexcept { return ClrLabToPixel(Lightness(p[0]), SignExtend(p[1]), SignExtend(p[2])); }
 };
 
 }  // namespace zv::inline ZV_ISA

@@ -18,21 +18,27 @@ int32_t Emulate(const EmulationTable* table, const Run& run) noexcept {
 }  // namespace
 
 int32_t ClrEmulateCmykToHub(const uint8_t* source, const EmulationTable* table, int32_t width, int32_t height,
-                            int32_t sourceRowExtra, int32_t destinationRowExtra, uint8_t* destination,
-                            int32_t rgbFirst) noexcept {
-    return Emulate(table, [&] { return RunToHub(ZV_KERNEL_IMAGE, rgbFirst, CmykEmulation{table}); });
+                            int32_t sourceRowExtra, int32_t destinationRowExtra, uint8_t* destination, int32_t rgbFirst,
+                            ClrReach reach) noexcept {
+    return Emulate(table, [&] {
+        return RunToHub(ZV_KERNEL_IMAGE, rgbFirst, EmulationRows().cmyk, CmykEmulation::kPixelBytes, table);
+    });
 }
 
 int32_t ClrEmulateHubToLab(const uint8_t* source, const EmulationTable* table, int32_t width, int32_t height,
-                           int32_t sourceRowExtra, int32_t destinationRowExtra, uint8_t* destination,
-                           int32_t rgbFirst) noexcept {
-    return Emulate(table, [&] { return RunFromHub(ZV_KERNEL_IMAGE, rgbFirst, HubToLabEmulation{table}); });
+                           int32_t sourceRowExtra, int32_t destinationRowExtra, uint8_t* destination, int32_t rgbFirst,
+                           ClrReach reach) noexcept {
+    return Emulate(table, [&] {
+        return RunFromHub(ZV_KERNEL_IMAGE, rgbFirst, EmulationRows().lab, HubToLabEmulation::kPixelBytes, table);
+    });
 }
 
 int32_t ClrEmulateLabToHub(const uint8_t* source, const EmulationTable* table, int32_t width, int32_t height,
-                           int32_t sourceRowExtra, int32_t destinationRowExtra, uint8_t* destination,
-                           int32_t rgbFirst) noexcept {
-    return Emulate(table, [&] { return RunToHub(ZV_KERNEL_IMAGE, rgbFirst, LabToHubEmulation{table}); });
+                           int32_t sourceRowExtra, int32_t destinationRowExtra, uint8_t* destination, int32_t rgbFirst,
+                           ClrReach reach) noexcept {
+    return Emulate(table, [&] {
+        return RunToHub(ZV_KERNEL_IMAGE, rgbFirst, EmulationRows().lab, LabToHubEmulation::kPixelBytes, table);
+    });
 }
 
 }  // namespace zv

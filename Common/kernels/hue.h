@@ -7,7 +7,7 @@
 
 #include "Common/kernels/arithmetic.h"
 
-namespace zv {
+namespace zv::inline ZV_ISA {
 
 struct HueRgb {
     int32_t r, g, b;
@@ -147,6 +147,28 @@ struct Hsi {
         return {i, b < g ? raw : LowByte(255 - raw), s};
     }
 
+    /// The hue by the two differences that alone decide it, from -255 to 255 each. All that the library's acos is
+    /// needed for.
+    struct HueTable {
+        static constexpr int32_t kSpan = 511;
+        uint8_t hues[kSpan * kSpan];
+
+        /// Where red is that much more than green and than blue.
+        static constexpr int32_t Place(int32_t overGreen, int32_t overBlue) noexcept {
+            return (overGreen + 255) * kSpan + (overBlue + 255);
+        }
+        void Fill() noexcept {
+            for (int32_t overGreen = -255; overGreen <= 255; ++overGreen) {
+                for (int32_t overBlue = -255; overBlue <= 255; ++overBlue) {
+                    const int32_t r = std::max({0, overGreen, overBlue});
+                    const int32_t g = r - overGreen, b = r - overBlue;
+                    if (g > 255 || b > 255) continue;  // no pixel
+                    hues[Place(overGreen, overBlue)] = FromRgb({LowByte(r), LowByte(g), LowByte(b)})[1];
+                }
+            }
+        }
+    };
+
     /// The two cosines of a hue: all that the library's cos is needed for.
     struct Angle {
         double h;
@@ -154,11 +176,17 @@ struct Hsi {
         double shifted;  ///< cos(c - h) with the c of the third of the half circle that h lies in
     };
 
+    using AngleTable = std::array<Angle, 256>;
+
     static Angle AngleOf(uint8_t hue) noexcept {
-        const double h = (hue / 255.0) * kHalfCircle;
-        const double c = h <= kThird ? kThird : h <= kTwoThirds ? kHalfCircle : kFiveSixths;
+        const double h = RadiansOf(hue);
+        constexpr double kPeaks[] = {kThird, kHalfCircle, kFiveSixths};
+        const double c = kPeaks[ThirdOf(h)];
         return {h, std::cos(h), std::cos(c - h)};
     }
+
+    /// The third of the half circle that a hue lies in, from 0.
+    static constexpr int32_t ThirdOf(uint8_t hue) noexcept { return ThirdOf(RadiansOf(hue)); }
 
     static Rgb ToRgb(Pixel<3> p) noexcept { return ToRgb(p, AngleOf(p[1])); }
 
@@ -168,8 +196,9 @@ struct Hsi {
         const int32_t low = Short(TruncateToInt((1.0 - s) * i));
         const int32_t peak = Short(TruncateToInt((angle.cosine * s / angle.shifted + 1.0) * i));
         const int32_t rest = TruncateToInt(3.0 * i - (low + peak));
-        if (angle.h <= kThird) return {Limit(peak), Limit(rest), Limit(low)};
-        if (angle.h <= kTwoThirds) return {Limit(low), Limit(peak), Limit(rest)};
+        const int32_t third = ThirdOf(angle.h);
+        if (third == 0) return {Limit(peak), Limit(rest), Limit(low)};
+        if (third == 1) return {Limit(low), Limit(peak), Limit(rest)};
         return {Limit(rest), Limit(low), Limit(peak)};
     }
 
@@ -180,6 +209,9 @@ private:
     static constexpr double kTwoThirds = 2.0943951023333334;
     static constexpr double kFiveSixths = 2.6179938779166667;
 
+    static constexpr double RadiansOf(uint8_t hue) noexcept { return (hue / 255.0) * kHalfCircle; }
+    static constexpr int32_t ThirdOf(double h) noexcept { return h <= kThird ? 0 : h <= kTwoThirds ? 1 : 2; }
+
     /// Sixteen bits.
     static constexpr int32_t Short(int32_t value) noexcept { return static_cast<int16_t>(value); }
     static constexpr uint8_t Limit(int32_t value) noexcept {
@@ -187,4 +219,4 @@ private:
     }
 };
 
-}  // namespace zv
+}  // namespace zv::inline ZV_ISA

@@ -8,19 +8,19 @@ namespace {
 
 ZV_KERNEL(CmykFromHubDefault) {
     return ClrCmykFromHub(source, destination, width, height, sourceRowExtra, destinationRowExtra, kDefaultGcrLevel,
-                          rgbFirst);
+                          rgbFirst, reach);
 }
 ZV_KERNEL(CmykToHubDefault) {
     return ClrCmykToHub(source, destination, width, height, sourceRowExtra, destinationRowExtra, kDefaultGcrLevel,
-                        rgbFirst);
+                        rgbFirst, reach);
 }
 ZV_KERNEL(Yvu9FromHubPacked) {
     static_cast<void>(destinationRowExtra);
-    return ClrYvu9FromHub(source, destination, width, height, sourceRowExtra, rgbFirst);
+    return ClrYvu9FromHub(source, destination, width, height, sourceRowExtra, rgbFirst, reach);
 }
 ZV_KERNEL(Yvu9ToHubPacked) {
     static_cast<void>(sourceRowExtra);
-    return ClrYvu9ToHub(source, destination, width, height, destinationRowExtra, rgbFirst);
+    return ClrYvu9ToHub(source, destination, width, height, destinationRowExtra, rgbFirst, reach);
 }
 ZV_KERNEL(YcckFromHubAlone) {
     static_cast<void>(rgbFirst);

@@ -1,6 +1,5 @@
 #include "Common/kernels/lab_records.h"
 
-#include <algorithm>
 #include <cmath>
 
 namespace zv {
@@ -38,6 +37,102 @@ int32_t SingleRound16(float v) noexcept {
 
 float Single(int32_t value) noexcept { return static_cast<float>(value); }
 
+constexpr double kUnit = 1.0 / (1 << 24);
+constexpr int64_t kRange = int64_t{1} << 29;  // whose cube has 31 bits, when 28 of them are a fraction
+
+bool IsWithin(int64_t value, int64_t range) noexcept { return value > -range && value < range; }
+
+/// Sums of the fixed matrix in single precision.
+///
+/// In units of 2^-24, X, Y and Z are off by two products, 2 of themselves. The weights are exact; products make it 3,
+/// two sums 5, the rounded threshold 6. What the fixed steps round away: of X, Y, Z half a unit of 2^-24 in the square
+/// and half of 2^-28 at the end; half of 2^-28 for each of three products and for the threshold.
+bool SetLightSums(LabLightSums& sums, const int32_t (&matrix)[9]) noexcept {
+    for (size_t c = 0; c < 3; ++c) {
+        double most = 0, all = 0;
+        for (size_t k = 0; k < 3; ++k) {
+            const int32_t weight = matrix[3 * c + k];
+            if (!IsWithin(weight, 1 << 24)) return false;
+            sums.weights[c][k] = Single(weight) / 65536.0F;
+            const double size = std::fabs(weight / 65536.0);
+            if (size > most) most = size;
+            all += size;
+        }
+        const double relative = 6.01 * kUnit * most;
+        const double absolute = 1.01 * (all * (0x1p-25 + 0x1p-29) + 4 * 0x1p-29);
+        sums.relative[c] = static_cast<float>(relative);
+        sums.absolute[c] = static_cast<float>(absolute);
+        if (3 * relative + absolute > kLeastHalfway) return false;
+    }
+    return true;
+}
+
+bool SetLanes(ClrLabDecodeRecord& record) noexcept {
+    ClrLabDecodeRecord::Lanes& lanes = record.lanes;
+    const auto first = LabLightness(record, 0), last = LabLightness(record, 255);
+    lanes.lScale = static_cast<int32_t>(record.lScale);
+    lanes.aScale = static_cast<int32_t>(record.aScale);
+    lanes.bScale = static_cast<int32_t>(record.bScale);
+    const int64_t aConstant = -int64_t{record.aOffset} * lanes.aScale;
+    const int64_t bConstant = -int64_t{record.bOffset} * lanes.bScale;
+    for (const int32_t scale : {lanes.lScale, lanes.aScale, lanes.bScale}) {
+        if (!IsWithin(255 * int64_t{scale}, kRange)) return false;
+    }
+    if (!IsWithin(aConstant, kRange) || !IsWithin(bConstant, kRange)) return false;
+    lanes.aConstant = static_cast<int32_t>(aConstant);
+    lanes.bConstant = static_cast<int32_t>(bConstant);
+
+    // Where the single-precision difference loses its last bit, another constant holds.
+    lanes.lBelow = first;
+    lanes.lAbove = WrapSub(last, WrapMul(255, lanes.lScale));
+    lanes.lFrom = 0;
+    while (lanes.lFrom < 256 && LabLightness(record, static_cast<uint8_t>(lanes.lFrom)) ==
+                                    WrapAdd(first, WrapMul(lanes.lFrom, lanes.lScale))) {
+        ++lanes.lFrom;
+    }
+    for (int32_t l = lanes.lFrom; l < 256; ++l) {
+        if (LabLightness(record, static_cast<uint8_t>(l)) != WrapAdd(lanes.lAbove, WrapMul(l, lanes.lScale)))
+            return false;
+    }
+    for (const int64_t l : {int64_t{first}, int64_t{last}}) {
+        for (const int64_t byte : {0, 255}) {
+            if (!IsWithin(l, kRange) || !IsWithin(l + byte * lanes.aScale + aConstant, kRange) ||
+                !IsWithin(l - byte * lanes.bScale - bConstant, kRange)) {
+                return false;
+            }
+        }
+    }
+    return SetLightSums(lanes.sums, record.fixedMatrix);
+}
+
+/// A byte from a number of 16 fractional bits, times `scale`, and a constant.
+///
+/// With u = 2^-24 and M the greatest magnitude, scale, product, constant, sum and the last sum are off by u M each. The
+/// definition rounds half a unit of 2^-16 away.
+bool SetChannel(ClrLabEncodeRecord::Lanes& lanes, size_t channel, int32_t scale, double constant) noexcept {
+    const double magnitude = std::fabs(scale / 65536.0) + std::fabs(constant) + 2;
+    if (magnitude > 16384) return false;
+    const double margin = 0x1p-17 + 5.01 * kUnit * magnitude;
+    lanes.scale[channel] = static_cast<float>(scale * 0x1p-32);
+    lanes.constant[channel] = static_cast<float>(constant + 0.5 - margin);
+    lanes.window[channel] = static_cast<float>(2 * margin);
+    return true;
+}
+
+bool SetLanes(ClrLabEncodeRecord& record) noexcept {
+    ClrLabEncodeRecord::Lanes& lanes = record.lanes;
+    for (size_t i = 0; i < 256; ++i) {
+        for (size_t k = 0; k < 9; ++k) lanes.xyz[k % 3][i][k / 3] = static_cast<uint32_t>(record.rgbToXyz[k][i]);
+        for (size_t c = 0; c < 3; ++c) lanes.xyz[c][i][3] = 0;
+    }
+    for (size_t i = 0; i < 4096; ++i) {
+        const uint32_t low = record.cubeRoot[i], high = record.cubeRoot[i < 4095 ? i + 1 : i];
+        lanes.rootPairs[i] = (high << 16 | low) ^ 0x80008000U;
+    }
+    return SetChannel(lanes, 0, record.lScale, record.lBias / 65536.0) &&
+           SetChannel(lanes, 1, record.aScale, record.aOffset) && SetChannel(lanes, 2, record.bScale, record.bOffset);
+}
+
 }  // namespace
 
 void ClrBuildLabDecode(ClrLabDecodeRecord* record, int32_t gammaPercent) noexcept {
@@ -57,9 +152,11 @@ void ClrBuildLabDecode(ClrLabDecodeRecord* record, int32_t gammaPercent) noexcep
         record->gammaThresholds[i] =
             TruncateToInt(std::pow((i + 0.5) / 255.0, 1.0 / (gammaPercent / 100.0)) * 268435456.0 + 0.5);
     }
+    record->lanes.usable = gammaPercent == kLabGammaPercent && SetLanes(*record);
 }
 
 void ClrBuildLabEncode(ClrLabEncodeRecord* record, int32_t gammaPercent) noexcept {
+    record->lanes.usable = false;
     const auto yx = static_cast<float>(record->whiteY / record->whiteX);
     const auto yz = static_cast<float>(record->whiteY / record->whiteZ);
     const float exponent = 1.0F / static_cast<float>(gammaPercent / 100.0);
@@ -92,77 +189,7 @@ void ClrBuildLabEncode(ClrLabEncodeRecord* record, int32_t gammaPercent) noexcep
         const float v = t > 0.008856F ? SinglePower(t, 0.33333334F) : t * 7.7867F + 0.13793103F;
         record->cubeRoot[i] = static_cast<uint16_t>(TruncateToInt(double{v * 65536.0F} + 0.5));
     }
-}
-
-Pixel<3> LabFromRgb(const ClrLabEncodeRecord& record, Rgb pixel) noexcept {
-    const auto sum = [&](size_t first) {
-        return WrapAdd(WrapAdd(record.rgbToXyz[first][pixel.r], record.rgbToXyz[first + 1][pixel.g]),
-                       record.rgbToXyz[first + 2][pixel.b]);
-    };
-    const auto f = [&](int32_t v) {
-        if (v >= 65536) return 65536;
-        v = std::max(v, 0);
-        const auto i = static_cast<size_t>(v >> 4);
-        const int32_t lo = record.cubeRoot[i];
-        const int32_t hi = record.cubeRoot[std::min<size_t>(i + 1, 4095)];
-        return lo + (((hi - lo) * (v & 15) + 8) >> 4);
-    };
-    // What share of a difference the encoding can hold. A difference too small to divide by is held whole.
-    const auto share = [](int32_t value, int32_t low, int32_t high) {
-        if (value >= low && value <= high) return 65536;
-        const int32_t limit = value < low ? low : high;
-        const int32_t divisor = value >> 2;
-        if (divisor == 0) return 65536;
-        return static_cast<int32_t>(int64_t{WrapMul(limit, 16384)} / divisor);
-    };
-    // The two halves of a product of 16 fractional bits, rounded and offset.
-    const auto encode = [](int32_t value, int32_t scale, int32_t bias, int32_t offset) {
-        return ByteOf(WrapAdd(WrapAdd(WrapAdd(ClrFixMul(value, scale), bias), 32768) >> 16, offset));
-    };
-
-    const int32_t fx = f(sum(0)), fy = f(sum(3)), fz = f(sum(6));
-    int32_t a = fx - fy;
-    int32_t b = fy - fz;
-    const int32_t sA = share(a, record.aMin, record.aMax);
-    const int32_t sB = share(b, record.bMin, record.bMax);
-    if (sA != 65536 || sB != 65536) {
-        // One channel's overrun pulls the other along, twice as strongly in one direction as in the other.
-        a = ClrFixMul(a, std::min(sA, WrapSub(WrapMul(sB, 2), 65536)));
-        b = ClrFixMul(b, std::min(sB, WrapAdd(sA, 65536) >> 1));
-    }
-    return {encode(fy, record.lScale, record.lBias, 0), encode(a, record.aScale, 0, record.aOffset),
-            encode(b, record.bScale, 0, record.bOffset)};
-}
-
-Rgb LabToRgb(const ClrLabDecodeRecord& record, Pixel<3> pixel) noexcept {
-    // 28 fractional bits; 268435456 is 1.0.
-    const auto inverse = [](int32_t f) {
-        int32_t value = 0;
-        if (f > 55536611) {
-            const int32_t t = WrapAdd(f, 128) >> 8;
-            value = ClrFixMul(ClrFixMul(t, t), t);
-        } else {
-            value = ClrFixMul(WrapSub(f, 37025548) >> 6, 538650);
-        }
-        return Clamp(value, 0, 268435456);
-    };
-    const auto byte = [&](int32_t value) {
-        const int32_t* thresholds = record.gammaThresholds;
-        int32_t at = value < thresholds[127] ? 63 : 191;
-        for (int32_t step = 32; step > 0; step >>= 1) at += value < thresholds[at] ? -step : step;
-        return LowByte(value < thresholds[at] ? at : at + 1);
-    };
-    const auto row = [&](size_t first, int32_t x, int32_t y, int32_t z) {
-        const int32_t* m = record.fixedMatrix + first;
-        return WrapAdd(WrapAdd(ClrFixMul(m[0], x), ClrFixMul(m[1], y)), ClrFixMul(m[2], z));
-    };
-
-    const float base = static_cast<float>(pixel[0] * 65536) - record.lBase;
-    const int32_t fy = ClrFixMul(TruncateToInt(double{base}), static_cast<int32_t>(record.lScale));
-    const int32_t fx = WrapAdd(fy, WrapMul(WrapSub(pixel[1], record.aOffset), static_cast<int32_t>(record.aScale)));
-    const int32_t fz = WrapSub(fy, WrapMul(WrapSub(pixel[2], record.bOffset), static_cast<int32_t>(record.bScale)));
-    const int32_t x = inverse(fx), y = inverse(fy), z = inverse(fz);
-    return {byte(row(0, x, y, z)), byte(row(3, x, y, z)), byte(row(6, x, y, z))};
+    record->lanes.usable = SetLanes(*record);
 }
 
 }  // namespace zv

@@ -1,8 +1,8 @@
 // Weighted sums of a pixel's bytes, in single precision where the definition has them in double.
 //
-// The weights come from the definition itself, which is taken apart at compile time. Cheap as they are, estimates decide
-// nothing that is close: each sum is formed a margin too low and a margin too high, and where the two are cut to different
-// bytes the pixel is done again by the definition.
+// The weights come from the definition itself, which is taken apart at compile time. Cheap as they are, estimates
+// decide nothing that is close: each sum is formed a margin too low and a margin too high, and where the two are cut to
+// different bytes the pixel is done again by the definition.
 #pragma once
 
 #include <array>

@@ -11,12 +11,13 @@ struct Yuv {
     static constexpr int32_t kPixelBytes = 3;
 
     /// Y, U, V before they are cut to bytes.
-    static constexpr Sums FromRgbSums(double r, double g, double b) noexcept {
+    template <class Number>
+    static constexpr std::array<Number, 3> FromRgbSums(Number r, Number g, Number b) noexcept {
         return {(g * 0.587 + r * 0.299) + b * 0.114,
                 (((b * 0.434 - (g * 0.288 + r * 0.146)) + 112.0) / 223.0) * 255.0 + 0.5,
                 ((((r * 0.617 - g * 0.517) - b * 0.1) + 138.0) / 275.0) * 255.0 + 0.5};
     }
-    static constexpr Pixel<3> FromRgb(Rgb p) noexcept { return BytesOf(FromRgbSums(p.r, p.g, p.b)); }
+    static constexpr Pixel<3> FromRgb(Rgb p) noexcept { return BytesOf(FromRgbSums<double>(p.r, p.g, p.b)); }
 
     /// -112 to 111.
     static constexpr int32_t DecodeU(uint8_t u) noexcept { return -112 - static_cast<int32_t>((u / 255.0) * -223.0); }
@@ -41,21 +42,23 @@ struct Yiq {
     static constexpr int32_t kPixelBytes = 3;
 
     /// Y, I, Q before they are cut to bytes. The denominator 263 lets white reach only 247.
-    static constexpr Sums FromRgbSums(double r, double g, double b) noexcept {
+    template <class Number>
+    static constexpr std::array<Number, 3> FromRgbSums(Number r, Number g, Number b) noexcept {
         return {(((g * 0.587 + r * 0.299) + b * 0.114) / 263.0) * 255.0 + 0.5,
                 ((((r * 0.596 - g * 0.274) - b * 0.322) + 152.0) / 303.0) * 255.0 + 0.5,
                 ((((r * 0.212 - g * 0.523) + b * 0.311) + 134.0) / 267.0) * 255.0 + 0.5};
     }
-    static constexpr Pixel<3> FromRgb(Rgb p) noexcept { return BytesOf(FromRgbSums(p.r, p.g, p.b)); }
+    static constexpr Pixel<3> FromRgb(Rgb p) noexcept { return BytesOf(FromRgbSums<double>(p.r, p.g, p.b)); }
 
     static constexpr int32_t DecodeY(uint8_t y) noexcept { return static_cast<int32_t>((y / 255.0) * 263.0); }
     static constexpr int32_t DecodeI(uint8_t i) noexcept { return static_cast<int32_t>((i / 255.0) * 303.0 - 152.0); }
     static constexpr int32_t DecodeQ(uint8_t q) noexcept { return static_cast<int32_t>((q / 255.0) * 267.0 - 134.0); }
 
-    static constexpr Sums DecodeSums(double y, double i, double q) noexcept {
+    template <class Number>
+    static constexpr std::array<Number, 3> DecodeSums(Number y, Number i, Number q) noexcept {
         return {(i * 0.956 + y) + q * 0.621, (y - i * 0.272) - q * 0.647, (y - i * 1.105) + q * 1.702};
     }
-    static constexpr Rgb Decode(int32_t y, int32_t i, int32_t q) noexcept { return RgbOf(DecodeSums(y, i, q)); }
+    static constexpr Rgb Decode(int32_t y, int32_t i, int32_t q) noexcept { return RgbOf(DecodeSums<double>(y, i, q)); }
 
     static constexpr Rgb ToRgb(Pixel<3> p) noexcept { return Decode(DecodeY(p[0]), DecodeI(p[1]), DecodeQ(p[2])); }
 };
@@ -64,20 +67,22 @@ struct Ycbcr {
     static constexpr int32_t kPixelBytes = 3;
 
     /// Y, Cb, Cr before they are cut to bytes.
-    static constexpr Sums FromRgbSums(double r, double g, double b) noexcept {
+    template <class Number>
+    static constexpr std::array<Number, 3> FromRgbSums(Number r, Number g, Number b) noexcept {
         return {(g * 0.587 + r * 0.299) + b * 0.114, (r * -0.16874 - g * 0.33126) + b * 0.5,
                 (r * 0.5 - g * 0.41869) - b * 0.08131};
     }
     static constexpr Pixel<3> FromRgb(Rgb p) noexcept {
-        const Sums sums = FromRgbSums(p.r, p.g, p.b);
+        const Sums sums = FromRgbSums<double>(p.r, p.g, p.b);
         return {ByteOf(sums[0]), SignedByteOf(sums[1]), SignedByteOf(sums[2])};
     }
 
-    static constexpr Sums ToRgbSums(double y, double cb, double cr) noexcept {
+    template <class Number>
+    static constexpr std::array<Number, 3> ToRgbSums(Number y, Number cb, Number cr) noexcept {
         return {cr * 1.402 + y, (y - cb * 0.3441363) - cr * 0.71413636, cb * 1.772 + y};
     }
     static constexpr Rgb ToRgb(Pixel<3> p) noexcept {
-        return RgbOf(ToRgbSums(p[0], SignExtend(p[1]), SignExtend(p[2])));
+        return RgbOf(ToRgbSums<double>(p[0], SignExtend(p[1]), SignExtend(p[2])));
     }
 
 private:

@@ -31,12 +31,9 @@ using Planes = std::array<Plane, kChannels>;
 
 // --- Dealing out and weaving ----------------------------------------------------------------------------------------
 
-#if ZV_ISA_LEVEL == 2
-inline constexpr size_t kShuffled = 64;
-#else
-inline constexpr size_t kShuffled = 16;
-#endif
-/// What one shuffle reaches.
+/// Bytes of a vector, and how many of them one shuffle can take a byte from.
+inline constexpr size_t kShuffled = 4 * kLanes;
+inline constexpr size_t kReach = ZV_ISA_LEVEL == 2 ? 64 : 16;
 typedef uint8_t Bytes __attribute__((vector_size(kShuffled)));
 static_assert(kBlock % kShuffled == 0);
 
@@ -68,8 +65,8 @@ void DealRun(Bytes (&run)[kChannels]) noexcept {
     if constexpr (kChannels == 2) {
         DealTwo(run[0], run[1]);
     } else if constexpr (kChannels == 3) {
-        // Each round interleaves the first 24 bytes with the last 24: byte n comes to 2n, all modulo 47. After four, byte
-        // 3i is at 48i mod 47 = i.
+        // Each round interleaves the first 24 bytes with the last 24: byte n comes to 2n, all modulo 47. After four,
+        // byte 3i is at 48i mod 47 = i.
         for (int round = 0; round < 4; ++round) {
             const Bytes a = Interleaved(Word(run[0]), UpperHalf(run[1]));
             const Bytes b = Interleaved(UpperHalf(run[0]), Word(run[2]));
@@ -112,33 +109,70 @@ void WeaveRun(Bytes (&run)[kChannels]) noexcept {
 
 #else
 
-/// Bytes of a run by their places in it: kPlaces::At(I) for lane I.
+#    if ZV_ISA_LEVEL == 2
+
+/// Bytes of a run by their places in it: Places::At(I) for lane I.
 template <class Places, size_t kVectors, size_t... kI>
 Bytes Gathered(const Bytes (&run)[kVectors], std::index_sequence<kI...>) noexcept {
-#    if ZV_ISA_LEVEL == 2
     // A shuffle takes any bytes of two vectors: what has been gathered so far, and the run's next.
     Bytes gathered = run[0];
     const auto add = [&]<size_t kVector>() {
         gathered = __builtin_shufflevector(gathered, run[kVector],
-                                           (Places::At(kI) / kShuffled == kVector ? int{kShuffled + Places::At(kI) % kShuffled}
-                                            : kVector == 1 && Places::At(kI) < kShuffled ? int{Places::At(kI)}
-                                                                                         : int{kI})...);
+                                           (Places::At(kI) / kReach == kVector ? int{kReach + Places::At(kI) % kReach}
+                                            : kVector == 1 && Places::At(kI) < kReach ? int{Places::At(kI)}
+                                                                                      : int{kI})...);
     };
-#    else
-    // A shuffle takes any bytes of one vector, or zero.
-    Bytes gathered = {};
-    const auto add = [&]<size_t kVector>() {
-        gathered |= __builtin_shufflevector(
-            run[kVector], Bytes{},
-            (Places::At(kI) / kShuffled == kVector ? int{Places::At(kI) % kShuffled} : int{kShuffled})...);
-    };
-    add.template operator()<0>();
-#    endif
     add.template operator()<1>();
     if constexpr (kVectors > 2) add.template operator()<2>();
     if constexpr (kVectors > 3) add.template operator()<3>();
     return gathered;
 }
+
+#    else
+
+/// Where a shuffle finds the bytes of lanes 0 to 15 that stand in vector kVector of a run; 128 makes it give 0.
+template <class Places, size_t kVector>
+constexpr auto kShuffle = [] {
+    std::array<uint8_t, kShuffled> places{};
+    for (size_t i = 0; i < kShuffled; ++i) {
+        const size_t place = Places::At(i % kReach);
+        places[i] = static_cast<uint8_t>(place / kReach == kVector ? place % kReach : 128);
+    }
+    return places;
+}();
+template <class Places, size_t kVector>
+constexpr bool kShuffleFindsAny = [] {
+    for (const uint8_t place : kShuffle<Places, kVector>) {
+        if (place < kReach) return true;
+    }
+    return false;
+}();
+
+/// The same in each half of the vectors, which is a run of its own.
+template <class Places, size_t kVectors, size_t... kI>
+Bytes Gathered(const Bytes (&run)[kVectors], std::index_sequence<kI...>) noexcept {
+    Bytes gathered = {};
+    const auto add = [&]<size_t kVector>() {
+        if constexpr (kShuffleFindsAny<Places, kVector>) {
+#        if ZV_ISA_LEVEL == 1
+            const auto places = LoadLanes<__m256i>(kShuffle<Places, kVector>.data());
+            gathered |= reinterpret_cast<Bytes>(_mm256_shuffle_epi8(reinterpret_cast<__m256i>(run[kVector]), places));
+#        else
+            for (size_t i = 0; i < kShuffled; ++i) {
+                const uint8_t place = kShuffle<Places, kVector>[i];
+                if (place < kReach) gathered[i] = run[kVector][place];
+            }
+#        endif
+        }
+    };
+    add.template operator()<0>();
+    add.template operator()<1>();
+    if constexpr (kVectors > 2) add.template operator()<2>();
+    if constexpr (kVectors > 3) add.template operator()<3>();
+    return gathered;
+}
+
+#    endif
 
 /// Channel kChannel of each pixel.
 template <size_t kChannels, size_t kChannel>
@@ -150,8 +184,8 @@ struct PlacesOfChannel {
 template <size_t kChannels, size_t kVector>
 struct PlacesOfPixels {
     static constexpr size_t At(size_t i) noexcept {
-        const size_t byte = kVector * kShuffled + i;
-        return byte % kChannels * kShuffled + byte / kChannels;
+        const size_t byte = kVector * kReach + i;
+        return byte % kChannels * kReach + byte / kChannels;
     }
 };
 
@@ -176,12 +210,40 @@ void WeaveRun(Bytes (&run)[kChannels]) noexcept {
 
 #endif
 
+/// The run of kShuffled pixels at `pixels`. Where a shuffle reaches half a vector, the halves hold half the pixels
+/// each.
+template <size_t kChannels>
+void LoadRun(const uint8_t* pixels, Bytes (&run)[kChannels]) noexcept {
+    for (size_t c = 0; c < kChannels; ++c) {
+        const uint8_t* const from = pixels + c * kReach;
+#if ZV_ISA_LEVEL == 1
+        run[c] = reinterpret_cast<Bytes>(_mm256_inserti128_si256(_mm256_castsi128_si256(LoadLanes<__m128i>(from)),
+                                                                 LoadLanes<__m128i>(from + kReach * kChannels), 1));
+#else
+        run[c] = LoadLanes<Bytes>(from);
+#endif
+    }
+}
+template <size_t kChannels>
+void StoreRun(uint8_t* pixels, const Bytes (&run)[kChannels]) noexcept {
+    for (size_t c = 0; c < kChannels; ++c) {
+        uint8_t* const to = pixels + c * kReach;
+#if ZV_ISA_LEVEL == 1
+        const auto halves = reinterpret_cast<__m256i>(run[c]);
+        StoreLanes(to, _mm256_castsi256_si128(halves));
+        StoreLanes(to + kReach * kChannels, _mm256_extracti128_si256(halves, 1));
+#else
+        StoreLanes(to, run[c]);
+#endif
+    }
+}
+
 /// A block of pixels into planes.
 template <size_t kChannels>
 void Deal(const uint8_t* pixels, Planes<kChannels>& planes) noexcept {
     for (size_t at = 0; at < kBlock; at += kShuffled) {
         Bytes run[kChannels];
-        for (size_t c = 0; c < kChannels; ++c) run[c] = LoadLanes<Bytes>(pixels + at * kChannels + c * kShuffled);
+        LoadRun(pixels + at * kChannels, run);
         DealRun(run);
         for (size_t c = 0; c < kChannels; ++c) StoreLanes(planes[c].bytes + at, run[c]);
     }
@@ -194,7 +256,7 @@ void Weave(const Planes<kChannels>& planes, uint8_t* pixels) noexcept {
         Bytes run[kChannels];
         for (size_t c = 0; c < kChannels; ++c) run[c] = LoadLanes<Bytes>(planes[c].bytes + at);
         WeaveRun(run);
-        for (size_t c = 0; c < kChannels; ++c) StoreLanes(pixels + at * kChannels + c * kShuffled, run[c]);
+        StoreRun(pixels + at * kChannels, run);
     }
 }
 
@@ -221,6 +283,116 @@ void MapBlocks(const uint8_t* from, uint8_t* to, int32_t width, const Work& work
     Weave(out, block);
     std::memcpy(to, block, kOut * static_cast<size_t>(width));
 }
+
+/// A row through work(const Bytes (&in)[kIn], Bytes (&out)[kOut]), a run of kShuffled pixels at a time: for what needs
+/// no planes. A run is taken in before it is written.
+template <size_t kIn, size_t kOut, class Work>
+void MapRuns(const uint8_t* from, uint8_t* to, size_t pixels, const Work& work) noexcept {
+    alignas(64) uint8_t tail[kShuffled * (kIn > kOut ? kIn : kOut)];
+    uint8_t* tailTo = nullptr;
+    size_t tailPixels = 0;
+    for (;;) {
+        for (; pixels >= kShuffled; pixels -= kShuffled) {
+            Bytes in[kIn], out[kOut];
+            LoadRun(from, in);
+            work(in, out);
+            StoreRun(to, out);
+            from += kIn * kShuffled;
+            to += kOut * kShuffled;
+        }
+        if (tailTo != nullptr) std::memcpy(tailTo, tail, kOut * tailPixels);
+        if (pixels == 0) return;
+        // Once more, with a run that is filled up with zeros: the work stands here but once and can be inlined.
+        std::memset(tail, 0, sizeof tail);
+        std::memcpy(tail, from, kIn * pixels);
+        tailTo = to;
+        tailPixels = pixels;
+        from = to = tail;
+        pixels = kShuffled;
+    }
+}
+
+// A vector of bytes as two of words, and back. Which bytes go to which of the two is no matter.
+
+struct WordPair {
+    Words low, high;
+};
+
+#if ZV_ISA_LEVEL == 2
+inline __m512i Register(Bytes b) noexcept { return reinterpret_cast<__m512i>(b); }
+inline __m512i Register(Words b) noexcept { return reinterpret_cast<__m512i>(b); }
+/// Each byte in the upper half of a word.
+inline WordPair UpperBytes(Bytes b) noexcept {
+    return {reinterpret_cast<Words>(_mm512_unpacklo_epi8(_mm512_setzero_si512(), Register(b))),
+            reinterpret_cast<Words>(_mm512_unpackhi_epi8(_mm512_setzero_si512(), Register(b)))};
+}
+inline WordPair WordsOf(Bytes b) noexcept {
+    return {reinterpret_cast<Words>(_mm512_unpacklo_epi8(Register(b), _mm512_setzero_si512())),
+            reinterpret_cast<Words>(_mm512_unpackhi_epi8(Register(b), _mm512_setzero_si512()))};
+}
+/// Each clamped to 0..255.
+inline Bytes BytesOf(Words low, Words high) noexcept {
+    return reinterpret_cast<Bytes>(_mm512_packus_epi16(Register(low), Register(high)));
+}
+/// A bit for each byte whose uppermost bit is set.
+inline uint64_t UpperBits(Bytes b) noexcept { return _mm512_movepi8_mask(Register(b)); }
+#elif ZV_ISA_LEVEL == 1
+inline __m256i Register(Bytes b) noexcept { return reinterpret_cast<__m256i>(b); }
+inline __m256i Register(Words b) noexcept { return reinterpret_cast<__m256i>(b); }
+inline WordPair UpperBytes(Bytes b) noexcept {
+    return {reinterpret_cast<Words>(_mm256_unpacklo_epi8(_mm256_setzero_si256(), Register(b))),
+            reinterpret_cast<Words>(_mm256_unpackhi_epi8(_mm256_setzero_si256(), Register(b)))};
+}
+inline WordPair WordsOf(Bytes b) noexcept {
+    return {reinterpret_cast<Words>(_mm256_unpacklo_epi8(Register(b), _mm256_setzero_si256())),
+            reinterpret_cast<Words>(_mm256_unpackhi_epi8(Register(b), _mm256_setzero_si256()))};
+}
+inline Bytes BytesOf(Words low, Words high) noexcept {
+    return reinterpret_cast<Bytes>(_mm256_packus_epi16(Register(low), Register(high)));
+}
+inline uint64_t UpperBits(Bytes b) noexcept { return static_cast<uint32_t>(_mm256_movemask_epi8(Register(b))); }
+#elif ZV_X86
+inline __m128i Register(Words b) noexcept { return reinterpret_cast<__m128i>(b); }
+inline WordPair UpperBytes(Bytes b) noexcept {
+    return {reinterpret_cast<Words>(_mm_unpacklo_epi8(_mm_setzero_si128(), Word(b))),
+            reinterpret_cast<Words>(_mm_unpackhi_epi8(_mm_setzero_si128(), Word(b)))};
+}
+inline WordPair WordsOf(Bytes b) noexcept {
+    return {reinterpret_cast<Words>(_mm_unpacklo_epi8(Word(b), _mm_setzero_si128())),
+            reinterpret_cast<Words>(_mm_unpackhi_epi8(Word(b), _mm_setzero_si128()))};
+}
+inline Bytes BytesOf(Words low, Words high) noexcept {
+    return reinterpret_cast<Bytes>(_mm_packus_epi16(Register(low), Register(high)));
+}
+inline uint64_t UpperBits(Bytes b) noexcept { return static_cast<uint32_t>(_mm_movemask_epi8(Word(b))); }
+#else
+inline WordPair WordsOf(Bytes b) noexcept {
+    WordPair pair;
+    for (int32_t i = 0; i < kWords; ++i) {
+        pair.low[i] = b[i];
+        pair.high[i] = b[kWords + i];
+    }
+    return pair;
+}
+inline WordPair UpperBytes(Bytes b) noexcept {
+    const WordPair pair = WordsOf(b);
+    return {pair.low << 8, pair.high << 8};
+}
+inline Bytes BytesOf(Words low, Words high) noexcept {
+    Bytes bytes;
+    const auto byte = [](int16_t value) { return static_cast<uint8_t>(value < 0 ? 0 : value > 255 ? 255 : value); };
+    for (int32_t i = 0; i < kWords; ++i) {
+        bytes[i] = byte(low[i]);
+        bytes[kWords + i] = byte(high[i]);
+    }
+    return bytes;
+}
+inline uint64_t UpperBits(Bytes b) noexcept {
+    uint64_t bits = 0;
+    for (size_t i = 0; i < kShuffled; ++i) bits |= uint64_t{b[i] >> 7U} << i;
+    return bits;
+}
+#endif
 
 /// Hub planes by the byte order of the hub.
 template <bool kRgbFirst, class AnyPlane>
@@ -279,17 +451,15 @@ template <class Codec, bool kRgbFirst>
 void FromHubRow(const uint8_t* from, uint8_t* to, int32_t width, const void* context) noexcept {
     constexpr auto kBytes = size_t{Codec::kPixelBytes};
     const Codec codec = CodecOf<Codec>(context);
-    MapBlocks<3, kBytes>(from, to, width, [&](const Planes<3>& in, Planes<kBytes>& out) {
-        codec.Encode(HubIn<kRgbFirst>(in), out);
-    });
+    MapBlocks<3, kBytes>(from, to, width,
+                         [&](const Planes<3>& in, Planes<kBytes>& out) { codec.Encode(HubIn<kRgbFirst>(in), out); });
 }
 template <class Codec, bool kRgbFirst>
 void ToHubRow(const uint8_t* from, uint8_t* to, int32_t width, const void* context) noexcept {
     constexpr auto kBytes = size_t{Codec::kPixelBytes};
     const Codec codec = CodecOf<Codec>(context);
-    MapBlocks<kBytes, 3>(from, to, width, [&](const Planes<kBytes>& in, Planes<3>& out) {
-        codec.Decode(in, HubOut<kRgbFirst>(out));
-    });
+    MapBlocks<kBytes, 3>(from, to, width,
+                         [&](const Planes<kBytes>& in, Planes<3>& out) { codec.Decode(in, HubOut<kRgbFirst>(out)); });
 }
 
 template <class Codec>

@@ -7,6 +7,31 @@
 
 namespace zv {
 
+/// Fixed-point tables between CMY and luma-chroma: the JFIF weights at 16 fractional bits.
+struct ClrYcckTables {
+    const uint8_t* rangeLimit;  ///< the identity run of rangeBytes: negative indices are legal
+    uint8_t rangeBytes[1408];
+    int32_t rToY[256];
+    int32_t gToY[256];
+    int32_t bToY[256];
+    int32_t rToCb[256];
+    int32_t gToCb[256];
+    int32_t bToCb[256];  ///< also R to Cr
+    int32_t gToCr[256];
+    int32_t bToCr[256];
+    int32_t crToR[256];
+    int32_t cbToB[256];
+    int32_t crToG[256];
+    int32_t cbToG[256];
+};
+
+/// One for the process, whole. A constant of the program, so that it stands before anything runs.
+extern const ClrYcckTables& ClrGlobalYcckTables;
+
+}  // namespace zv
+
+namespace zv::inline ZV_ISA {
+
 struct Cmy {
     static constexpr int32_t kPixelBytes = 3;
 
@@ -84,28 +109,28 @@ public:
         return {LowByte(b - c), LowByte(b - m), LowByte(b - y)};
     }
 
+    // What FromRgb and ToRgb make of the level.
+    double Level() const noexcept { return level_; }
+    double InkPower() const noexcept { return inkPower_; }
+    int32_t BlackScale() const noexcept { return blackScale_; }
+
 private:
     double level_;
     double inkPower_;
     int16_t blackScale_;
 };
 
-/// Fixed-point tables between CMY and luma-chroma: the JFIF weights at 16 fractional bits.
-struct ClrYcckTables {
-    const uint8_t* rangeLimit;  ///< the identity run of rangeBytes: negative indices are legal
-    uint8_t rangeBytes[1408];
-    int32_t rToY[256];
-    int32_t gToY[256];
-    int32_t bToY[256];
-    int32_t rToCb[256];
-    int32_t gToCb[256];
-    int32_t bToCb[256];  ///< also R to Cr
-    int32_t gToCr[256];
-    int32_t bToCr[256];
-    int32_t crToR[256];
-    int32_t cbToB[256];
-    int32_t crToG[256];
-    int32_t cbToG[256];
+/// What ClrYcckTables hold products of.
+struct YcckWeights {
+    static constexpr int32_t kFractionBits = 16;
+    static constexpr int32_t kHalf = 1 << (kFractionBits - 1);
+    static constexpr int32_t kRToY = 19595, kGToY = 38470, kBToY = 7471;
+    static constexpr int32_t kRToCb = -11059, kGToCb = -21709, kBToCb = 32768;
+    static constexpr int32_t kRToCr = kBToCb, kGToCr = -27439, kBToCr = -5329;
+    static constexpr int32_t kChroma =
+        (128 << kFractionBits) + kHalf - 1;  ///< one short of a half, so that 255 is the top
+    static constexpr int32_t kCrToR = 91881, kCbToB = 116130;
+    static constexpr int32_t kCrToG = -46802, kCbToG = -22554;
 };
 
 /// 256 zeros, the identity, 384 times 255, 384 zeros, the identity 0 to 127.
@@ -121,29 +146,28 @@ constexpr void ClrFillYcckRange(ClrYcckTables& tables) noexcept {
 }
 
 constexpr void ClrFillYcckDecoding(ClrYcckTables& tables) noexcept {
+    using Weights = YcckWeights;
     for (int32_t i = 0; i < 256; ++i) {
-        tables.crToR[i] = (91881 * (i - 128) + 32768) >> 16;
-        tables.cbToB[i] = (116130 * (i - 128) + 32768) >> 16;
-        tables.crToG[i] = -46802 * (i - 128);
-        tables.cbToG[i] = -22554 * (i - 128) + 32768;
+        tables.crToR[i] = (Weights::kCrToR * (i - 128) + Weights::kHalf) >> Weights::kFractionBits;
+        tables.cbToB[i] = (Weights::kCbToB * (i - 128) + Weights::kHalf) >> Weights::kFractionBits;
+        tables.crToG[i] = Weights::kCrToG * (i - 128);
+        tables.cbToG[i] = Weights::kCbToG * (i - 128) + Weights::kHalf;
     }
 }
 
 constexpr void ClrFillYcckEncoding(ClrYcckTables& tables) noexcept {
+    using Weights = YcckWeights;
     for (int32_t i = 0; i < 256; ++i) {
-        tables.rToY[i] = 19595 * i;
-        tables.gToY[i] = 38470 * i;
-        tables.bToY[i] = 7471 * i + 32768;
-        tables.rToCb[i] = -11059 * i;
-        tables.gToCb[i] = -21709 * i;
-        tables.bToCb[i] = 32768 * i + 8421375;
-        tables.gToCr[i] = -27439 * i;
-        tables.bToCr[i] = -5329 * i;
+        tables.rToY[i] = Weights::kRToY * i;
+        tables.gToY[i] = Weights::kGToY * i;
+        tables.bToY[i] = Weights::kBToY * i + Weights::kHalf;
+        tables.rToCb[i] = Weights::kRToCb * i;
+        tables.gToCb[i] = Weights::kGToCb * i;
+        tables.bToCb[i] = Weights::kBToCb * i + Weights::kChroma;
+        tables.gToCr[i] = Weights::kGToCr * i;
+        tables.bToCr[i] = Weights::kBToCr * i;
     }
 }
-
-/// One for the process, whole. A constant of the program, so that it stands before anything runs.
-extern const ClrYcckTables& ClrGlobalYcckTables;
 
 struct Ycck {
     static constexpr int32_t kPixelBytes = 4;
@@ -178,4 +202,4 @@ struct Ycck {
     }
 };
 
-}  // namespace zv
+}  // namespace zv::inline ZV_ISA

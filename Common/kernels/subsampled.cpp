@@ -12,97 +12,39 @@ RegionSize BitsRegion(const KernelImage& image, int32_t bits, int32_t extra) noe
     return (RegionSize(image.width) * image.height * bits).BitsToBytes() + RegionSize(extra) * image.height;
 }
 
-// Packed groups: where the luma of each pixel and the two chroma samples of each `kShare` pixels stand.
-
-struct Yuy2 {
-    static constexpr int32_t kPixels = 2, kBytes = 4, kBits = 16, kShare = 2;
-    static constexpr size_t kLuma[] = {0, 2};
-    static constexpr size_t kU[] = {1};
-    static constexpr size_t kV[] = {3};
+/// A packed format: each group of pixels stands in so many bytes.
+struct Groups {
+    int32_t pixels;
+    int32_t bytes;
+    int32_t bits;  ///< of a pixel
 };
+constexpr Groups kPairs = {2, 4, 16};
+constexpr Groups kEights = {8, 12, 12};
 
-struct Uyvy {
-    static constexpr int32_t kPixels = 2, kBytes = 4, kBits = 16, kShare = 2;
-    static constexpr size_t kLuma[] = {1, 3};
-    static constexpr size_t kU[] = {0};
-    static constexpr size_t kV[] = {2};
-};
-
-struct Y41p {
-    static constexpr int32_t kPixels = 8, kBytes = 12, kBits = 12, kShare = 4;
-    static constexpr size_t kLuma[] = {1, 3, 5, 7, 8, 9, 10, 11};
-    static constexpr size_t kU[] = {0, 4};
-    static constexpr size_t kV[] = {2, 6};
-};
-
-/// A group whole before it is written, so that nothing unread is overwritten.
-template <class Format, bool kRgbFirst>
-void GroupFromHub(const uint8_t* from, uint8_t* to) noexcept {
-    Pixel<size_t{Format::kBytes}> group;
-    for (int32_t first = 0; first < Format::kPixels; first += Format::kShare) {
-        int32_t u = 0, v = 0;
-        for (int32_t i = first; i < first + Format::kShare; ++i) {
-            const Pixel<3> yuv = StudioYuv::FromRgb(Hub<kRgbFirst>::Load(from + ptrdiff_t{i} * kHubBytes));
-            group[Format::kLuma[i]] = yuv[0];
-            u += yuv[1];
-            v += yuv[2];
-        }
-        group[Format::kU[first / Format::kShare]] = static_cast<uint8_t>(u / Format::kShare);
-        group[Format::kV[first / Format::kShare]] = static_cast<uint8_t>(v / Format::kShare);
-    }
-    StorePixel(to, group);
-}
-
-template <class Format, bool kRgbFirst>
-void GroupToHub(const uint8_t* from, uint8_t* to) noexcept {
-    const auto group = LoadPixel<size_t{Format::kBytes}>(from);
-    for (int32_t i = 0; i < Format::kPixels; ++i) {
-        const int32_t chroma = i / Format::kShare;
-        Hub<kRgbFirst>::Store(
-            to + ptrdiff_t{i} * kHubBytes,
-            StudioYuv::ToRgb({group[Format::kLuma[i]], group[Format::kU[chroma]], group[Format::kV[chroma]]}));
-    }
-}
-
-template <class Format>
-int32_t GroupsFromHub(const KernelImage& image, int32_t rgbFirst) noexcept {
-    if (image.width % Format::kPixels != 0) return ERR_WIDTH_MULTIPLE;
+int32_t GroupsFromHub(const KernelImage& image, int32_t rgbFirst, const Groups& groups,
+                      const ClrHubRows& rows) noexcept {
+    if (image.width % groups.pixels != 0) return ERR_WIDTH_MULTIPLE;
     if (!image.CanReadSource(kHubBytes) ||
-        !CanWrite(image.destination, BitsRegion(image, Format::kBits, image.destinationExtra))) {
+        !image.CanWriteRegion(BitsRegion(image, groups.bits, image.destinationExtra))) {
         return ERR_INVALID_PARAMETER;
     }
-    WithHubOrder(rgbFirst, [&](auto first) {
-        image.EachRow(
-            kHubBytes * Format::kPixels, Format::kBytes,
-            [&](const uint8_t* from, uint8_t* to) {
-                for (int32_t x = 0; x < image.width / Format::kPixels; ++x) {
-                    GroupFromHub<Format, first.value>(from + ptrdiff_t{x} * kHubBytes * Format::kPixels,
-                                                      to + ptrdiff_t{x} * Format::kBytes);
-                }
-            },
-            Format::kPixels);
-    });
+    const ClrRow row = rows.fromHub[rgbFirst != 0 ? 1 : 0];
+    image.EachRow(
+        ptrdiff_t{kHubBytes} * groups.pixels, groups.bytes,
+        [&](const uint8_t* from, uint8_t* to) { row(from, to, image.width, nullptr); }, groups.pixels);
     return CLR_SUCCESS;
 }
 
-template <class Format>
-int32_t GroupsToHub(const KernelImage& image, int32_t rgbFirst) noexcept {
-    if (image.width % Format::kPixels != 0) return ERR_WIDTH_MULTIPLE;
-    if (!CanRead(image.source, BitsRegion(image, Format::kBits, image.sourceExtra)) ||
+int32_t GroupsToHub(const KernelImage& image, int32_t rgbFirst, const Groups& groups, const ClrHubRows& rows) noexcept {
+    if (image.width % groups.pixels != 0) return ERR_WIDTH_MULTIPLE;
+    if (!image.CanReadRegion(BitsRegion(image, groups.bits, image.sourceExtra)) ||
         !image.CanWriteDestination(kHubBytes)) {
         return ERR_INVALID_PARAMETER;
     }
-    WithHubOrder(rgbFirst, [&](auto first) {
-        image.EachRow(
-            Format::kBytes, kHubBytes * Format::kPixels,
-            [&](const uint8_t* from, uint8_t* to) {
-                for (int32_t x = 0; x < image.width / Format::kPixels; ++x) {
-                    GroupToHub<Format, first.value>(from + ptrdiff_t{x} * Format::kBytes,
-                                                    to + ptrdiff_t{x} * kHubBytes * Format::kPixels);
-                }
-            },
-            Format::kPixels);
-    });
+    const ClrRow row = rows.toHub[rgbFirst != 0 ? 1 : 0];
+    image.EachRow(
+        groups.bytes, ptrdiff_t{kHubBytes} * groups.pixels,
+        [&](const uint8_t* from, uint8_t* to) { row(from, to, image.width, nullptr); }, groups.pixels);
     return CLR_SUCCESS;
 }
 
@@ -115,44 +57,20 @@ bool IsYvu9Size(const KernelImage& image) noexcept {
     return image.width % kYvu9Block == 0 && image.height % kYvu9Block == 0;
 }
 
-template <bool kRgbFirst>
-void Yvu9Band(const uint8_t* band, ptrdiff_t rowStep, uint8_t* luma, uint8_t* planeV, uint8_t* planeU,
-              int32_t width) noexcept {
-    for (int32_t block = 0; block < width / kYvu9Block; ++block) {
-        int32_t u = 0, v = 0;
-        for (int32_t row = 0; row < kYvu9Block; ++row) {
-            const uint8_t* from = band + row * rowStep + ptrdiff_t{block} * kYvu9Block * kHubBytes;
-            uint8_t* y = luma + ptrdiff_t{row} * width + ptrdiff_t{block} * kYvu9Block;
-            int32_t sumU = 0, sumV = 0;
-            for (int32_t i = 0; i < kYvu9Block; ++i) {
-                const Pixel<3> yuv = StudioYuv::FromRgb(Hub<kRgbFirst>::Load(from + ptrdiff_t{i} * kHubBytes));
-                y[i] = yuv[0];
-                sumU += yuv[1];
-                sumV += yuv[2];
-            }
-            // Later rows count for more: the running value is not the block's mean.
-            u = row == 0 ? sumU >> 2 : (u + sumU) / 5;
-            v = row == 0 ? sumV >> 2 : (v + sumV) / 5;
-        }
-        planeU[block] = static_cast<uint8_t>(u);
-        planeV[block] = static_cast<uint8_t>(v);
-    }
-}
-
 }  // namespace
 
-ZV_KERNEL(ClrYuy2FromHub) { return GroupsFromHub<Yuy2>(ZV_KERNEL_IMAGE, rgbFirst); }
-ZV_KERNEL(ClrYuy2ToHub) { return GroupsToHub<Yuy2>(ZV_KERNEL_IMAGE, rgbFirst); }
-ZV_KERNEL(ClrUyvyFromHub) { return GroupsFromHub<Uyvy>(ZV_KERNEL_IMAGE, rgbFirst); }
-ZV_KERNEL(ClrUyvyToHub) { return GroupsToHub<Uyvy>(ZV_KERNEL_IMAGE, rgbFirst); }
-ZV_KERNEL(ClrY41pFromHub) { return GroupsFromHub<Y41p>(ZV_KERNEL_IMAGE, rgbFirst); }
-ZV_KERNEL(ClrY41pToHub) { return GroupsToHub<Y41p>(ZV_KERNEL_IMAGE, rgbFirst); }
+ZV_KERNEL(ClrYuy2FromHub) { return GroupsFromHub(ZV_KERNEL_IMAGE, rgbFirst, kPairs, SubsampledRows().yuy2); }
+ZV_KERNEL(ClrYuy2ToHub) { return GroupsToHub(ZV_KERNEL_IMAGE, rgbFirst, kPairs, SubsampledRows().yuy2); }
+ZV_KERNEL(ClrUyvyFromHub) { return GroupsFromHub(ZV_KERNEL_IMAGE, rgbFirst, kPairs, SubsampledRows().uyvy); }
+ZV_KERNEL(ClrUyvyToHub) { return GroupsToHub(ZV_KERNEL_IMAGE, rgbFirst, kPairs, SubsampledRows().uyvy); }
+ZV_KERNEL(ClrY41pFromHub) { return GroupsFromHub(ZV_KERNEL_IMAGE, rgbFirst, kEights, SubsampledRows().y41p); }
+ZV_KERNEL(ClrY41pToHub) { return GroupsToHub(ZV_KERNEL_IMAGE, rgbFirst, kEights, SubsampledRows().y41p); }
 
 int32_t ClrYvu9FromHub(const uint8_t* source, uint8_t* destination, int32_t width, int32_t height,
-                       int32_t sourceRowExtra, int32_t rgbFirst) noexcept {
-    const KernelImage image(source, destination, width, height, sourceRowExtra, 0);
+                       int32_t sourceRowExtra, int32_t rgbFirst, ClrReach reach) noexcept {
+    const KernelImage image(source, destination, width, height, sourceRowExtra, 0, reach);
     if (!IsYvu9Size(image)) return ERR_YVU9_SIZE;
-    if (!image.CanReadSource(kHubBytes) || !CanWrite(destination, BitsRegion(image, kYvu9Bits, 0))) {
+    if (!image.CanReadSource(kHubBytes) || !image.CanWriteRegion(BitsRegion(image, kYvu9Bits, 0))) {
         return ERR_INVALID_PARAMETER;
     }
     if (width < 1 || height < 1) return CLR_SUCCESS;
@@ -163,35 +81,29 @@ int32_t ClrYvu9FromHub(const uint8_t* source, uint8_t* destination, int32_t widt
     const ptrdiff_t lumaBytes = ptrdiff_t{width} * height;
     uint8_t* planeV = destination + lumaBytes;
     uint8_t* planeU = planeV + lumaBytes / 16;
-    WithHubOrder(rgbFirst, [&](auto first) {
-        for (int32_t band = 0; band < height / kYvu9Block; ++band) {
-            Yvu9Band<first.value>(source + band * bandStep, rowStep, destination + ptrdiff_t{band} * kYvu9Block * width,
-                                  planeV + ptrdiff_t{band} * (width / kYvu9Block),
-                                  planeU + ptrdiff_t{band} * (width / kYvu9Block), width);
-        }
-    });
+    const ClrYvu9FromHubBand convert = SubsampledRows().yvu9FromHub[rgbFirst != 0 ? 1 : 0];
+    for (int32_t band = 0; band < height / kYvu9Block; ++band) {
+        const ptrdiff_t blocks = ptrdiff_t{band} * (width / kYvu9Block);
+        convert(source + band * bandStep, rowStep, destination + ptrdiff_t{band} * kYvu9Block * width, planeV + blocks,
+                planeU + blocks, width);
+    }
     return CLR_SUCCESS;
 }
 
 int32_t ClrYvu9ToHub(const uint8_t* source, uint8_t* destination, int32_t width, int32_t height,
-                     int32_t destinationRowExtra, int32_t rgbFirst) noexcept {
-    const KernelImage image(source, destination, width, height, 0, destinationRowExtra);
+                     int32_t destinationRowExtra, int32_t rgbFirst, ClrReach reach) noexcept {
+    const KernelImage image(source, destination, width, height, 0, destinationRowExtra, reach);
     if (!IsYvu9Size(image)) return ERR_YVU9_SIZE;
-    if (!CanRead(source, BitsRegion(image, kYvu9Bits, 0)) || !image.CanWriteDestination(kHubBytes)) {
+    if (!image.CanReadRegion(BitsRegion(image, kYvu9Bits, 0)) || !image.CanWriteDestination(kHubBytes)) {
         return ERR_INVALID_PARAMETER;
     }
     const ptrdiff_t lumaBytes = ptrdiff_t{width} * height;
-    WithHubOrder(rgbFirst, [&](auto first) {
-        int32_t y = 0;
-        image.EachRow(1, kHubBytes, [&](const uint8_t* luma, uint8_t* to) {
-            const uint8_t* planeV = source + lumaBytes + ptrdiff_t{y / kYvu9Block} * (width / kYvu9Block);
-            const uint8_t* planeU = planeV + lumaBytes / 16;
-            for (int32_t x = 0; x < width; ++x) {
-                Hub<first.value>::Store(to + ptrdiff_t{x} * kHubBytes,
-                                        StudioYuv::ToRgb({luma[x], planeU[x / kYvu9Block], planeV[x / kYvu9Block]}));
-            }
-            ++y;
-        });
+    const ClrYvu9ToHubRow convert = SubsampledRows().yvu9ToHub[rgbFirst != 0 ? 1 : 0];
+    int32_t y = 0;
+    image.EachRow(1, kHubBytes, [&](const uint8_t* luma, uint8_t* to) {
+        const uint8_t* planeV = source + lumaBytes + ptrdiff_t{y / kYvu9Block} * (width / kYvu9Block);
+        convert(luma, planeV, planeV + lumaBytes / 16, to, width);
+        ++y;
     });
     return CLR_SUCCESS;
 }
@@ -200,20 +112,19 @@ int32_t ClrYvu9ToHub(const uint8_t* source, uint8_t* destination, int32_t width,
 
 ZV_KERNEL(ClrRgb444FromHub) {
     const KernelImage image = ZV_KERNEL_IMAGE;
-    if (!image.CanReadSource(kHubBytes) ||
-        !CanWrite(destination, Rgb444Region(width, height, image.destinationExtra))) {
+    if (!image.CanReadSource(kHubBytes) || !image.CanWriteRegion(Rgb444Region(width, height, image.destinationExtra))) {
         return ERR_INVALID_PARAMETER;
     }
-    FromHubRows(image, rgbFirst, Rgb444{});
+    FromHubByRows(image, rgbFirst, ByteRows().rgb444, Rgb444::kPixelBytes);
     return CLR_SUCCESS;
 }
 
 ZV_KERNEL(ClrRgb444ToHub) {
     const KernelImage image = ZV_KERNEL_IMAGE;
-    if (!CanRead(source, Rgb444Region(width, height, image.sourceExtra)) || !image.CanWriteDestination(kHubBytes)) {
+    if (!image.CanReadRegion(Rgb444Region(width, height, image.sourceExtra)) || !image.CanWriteDestination(kHubBytes)) {
         return ERR_INVALID_PARAMETER;
     }
-    ToHubRows(image, rgbFirst, Rgb444{});
+    ToHubByRows(image, rgbFirst, ByteRows().rgb444, Rgb444::kPixelBytes);
     return CLR_SUCCESS;
 }
 

@@ -4,24 +4,26 @@
 
 #include "Common/kernels/arithmetic.h"
 
-namespace zv {
+namespace zv::inline ZV_ISA {
 
 struct StudioYuv {
-    /// Y, U, V of one pixel. The values stay inside a byte. Taking 0.5 off makes the chroma of black exactly 128.
-    static constexpr Pixel<3> FromRgb(Rgb p) noexcept {
-        const double r = p.r - 0.5, g = p.g - 0.5, b = p.b - 0.5;
-        const double y = ((g * 516.0 + b * 100.0) + r * 263.0) * 0.0009765625 + 16.0;
-        const double u = ((b * 450.0 - g * 298.0) - r * 152.0) * 0.0009765625 + 128.0;
-        const double v = (r * 450.0 - (g * 377.0 + b * 73.0)) * 0.0009765625 + 128.0;
-        return {static_cast<uint8_t>(static_cast<int32_t>(y)), static_cast<uint8_t>(static_cast<int32_t>(u)),
-                static_cast<uint8_t>(static_cast<int32_t>(v))};
+    /// Y, U, V before they are cut to bytes. Taking 0.5 off makes the chroma of black exactly 128.
+    static constexpr Sums FromRgbSums(int32_t red, int32_t green, int32_t blue) noexcept {
+        const double r = red - 0.5, g = green - 0.5, b = blue - 0.5;
+        return {((g * 516.0 + b * 100.0) + r * 263.0) * 0.0009765625 + 16.0,
+                ((b * 450.0 - g * 298.0) - r * 152.0) * 0.0009765625 + 128.0,
+                (r * 450.0 - (g * 377.0 + b * 73.0)) * 0.0009765625 + 128.0};
     }
+    /// The values stay inside a byte.
+    static constexpr Pixel<3> FromRgb(Rgb p) noexcept { return BytesOf(FromRgbSums(p.r, p.g, p.b)); }
 
-    /// The constants fold the offsets 16 and 128 and a rounding term of 512 together.
+    /// Red, green, blue times 1024. The constants fold the offsets 16 and 128 and a rounding term of 512 together.
+    static constexpr std::array<int32_t, 3> ToRgbSums(int32_t y, int32_t u, int32_t v) noexcept {
+        return {1192 * y + 1634 * v - 227712, 1192 * y - 400 * u - 833 * v + 139264, 1192 * y + 2066 * u - 283008};
+    }
     static constexpr Rgb ToRgb(Pixel<3> p) noexcept {
-        const int32_t y = p[0], u = p[1], v = p[2];
-        return {ByteOf((1192 * y + 1634 * v - 227712) / 1024), ByteOf((1192 * y - 400 * u - 833 * v + 139264) / 1024),
-                ByteOf((1192 * y + 2066 * u - 283008) / 1024)};
+        const auto sums = ToRgbSums(p[0], p[1], p[2]);
+        return {ByteOf(sums[0] / 1024), ByteOf(sums[1] / 1024), ByteOf(sums[2] / 1024)};
     }
 
     /// The parameterised kernel: samples without rounding term, chroma offset only where the range is not full.
@@ -48,4 +50,4 @@ struct Rgb444 {
     }
 };
 
-}  // namespace zv
+}  // namespace zv::inline ZV_ISA

@@ -74,8 +74,7 @@ PlaneOffsets OffsetsOf(int32_t order, int64_t ySize, int64_t uSize, int64_t vSiz
 
 constexpr int32_t kLastPlaneOrder = 5;
 
-int32_t DecodePlanar(const KernelImage& image, const ClrYuvParams& p, const int32_t* positions,
-                     int64_t probedBytes) noexcept {
+int32_t DecodePlanar(const KernelImage& image, const ClrYuvParams& p, const int32_t* positions) noexcept {
     int32_t order = 0;
     if (!CanRead(positions, sizeof order)) return ERR_INVALID_PARAMETER;
     std::memcpy(&order, positions, sizeof order);
@@ -96,7 +95,7 @@ int32_t DecodePlanar(const KernelImage& image, const ClrYuvParams& p, const int3
         if (column < 0) break;
         end = std::max({end, at.y + row * width + column, planeU.At(row, column), planeV.At(row, column)});
     }
-    if (end + 1 > probedBytes && !CanRead(image.source, end + 1)) return ERR_BAD_POINTER;
+    if (!image.CanReadRegion(end + 1)) return ERR_BAD_POINTER;
 
     const Samples samples(p);
     uint8_t* to = image.destination;
@@ -160,8 +159,7 @@ private:
     int64_t step_;
 };
 
-int32_t DecodePacked(const KernelImage& image, const ClrYuvParams& p, const int32_t* positions, int64_t probedSource,
-                     int64_t probedDestination) noexcept {
+int32_t DecodePacked(const KernelImage& image, const ClrYuvParams& p, const int32_t* positions) noexcept {
     if (p.macroPixelSize < 1) return ERR_INVALID_PARAMETER;
     const PackedLayout layout(p, positions);
     const int64_t width = image.width, height = image.height;
@@ -180,9 +178,9 @@ int32_t DecodePacked(const KernelImage& image, const ClrYuvParams& p, const int3
         const int64_t k = pixel % layout.Size();
         end = std::max(end, macroStart(pixel) + std::max({layout.Y(k), layout.U(k), layout.V(k)}) + 1);
     }
-    if (end > probedSource && !CanRead(image.source, end)) return ERR_BAD_POINTER;
+    if (!image.CanReadRegion(end)) return ERR_BAD_POINTER;
     const int64_t written = (width * kHubBytes + destinationGap) * (height - 1) + width * kHubBytes;
-    if (written > probedDestination && !CanWrite(image.destination, written)) return ERR_INVALID_PARAMETER;
+    if (!image.CanWriteRegion(written)) return ERR_INVALID_PARAMETER;
 
     const Samples samples(p);
     const uint8_t* base = image.source;
@@ -206,23 +204,23 @@ int32_t DecodePacked(const KernelImage& image, const ClrYuvParams& p, const int3
 }  // namespace
 
 int32_t ClrYuvParamsToHub(const uint8_t* source, uint8_t* destination, int32_t width, int32_t height,
-                          int32_t sourceRowExtra, int32_t destinationRowExtra, const ClrYuvParams* params) noexcept {
+                          int32_t sourceRowExtra, int32_t destinationRowExtra, const ClrYuvParams* params,
+                          ClrReach reach) noexcept {
     if (width < 1 || height < 1 || params == nullptr) return ERR_INVALID_PARAMETER;
-    const KernelImage image(source, destination, width, height, sourceRowExtra, destinationRowExtra);
+    KernelImage image(source, destination, width, height, sourceRowExtra, destinationRowExtra, reach);
     if (!image.CanWriteDestination(kHubBytes)) return ERR_INVALID_PARAMETER;
     const ClrYuvParams p = *params;
     if (p.uSampleX < 1 || p.uSampleY < 1 || p.vSampleX < 1 || p.vSampleY < 1) return ERR_INVALID_PARAMETER;
     const RegionSize sourceRegion = SourceRegion(image, p);
-    if (!CanRead(source, sourceRegion)) return ERR_BAD_POINTER;
+    if (!image.CanReadRegion(sourceRegion)) return ERR_BAD_POINTER;
     if (p.planar == 0 && (p.uSampleY > 1 || p.vSampleY >= 2)) return ERR_YUV_VERTICAL_PACKED;
     if (!DividesOneWay(p.uSampleY, p.vSampleY) || !DividesOneWay(p.uSampleX, p.vSampleX)) {
         return ERR_YUV_SAMPLING_RATIO;
     }
     if (p.planar != 0 && sourceRowExtra > 1) return ERR_YUV_PLANAR_PADDING;
     if (p.positions == nullptr) return ERR_INVALID_PARAMETER;
-    if (p.planar != 0) return DecodePlanar(image, p, p.positions, sourceRegion.Bytes());
-    return DecodePacked(image, p, p.positions, sourceRegion.Bytes(),
-                        image.Region(kHubBytes, image.destinationExtra).Bytes());
+    image.reach = reach.With(sourceRegion, image.Region(kHubBytes, image.destinationExtra));
+    return p.planar != 0 ? DecodePlanar(image, p, p.positions) : DecodePacked(image, p, p.positions);
 }
 
 }  // namespace zv

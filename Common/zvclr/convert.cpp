@@ -18,10 +18,10 @@ int32_t BuiltinToHub(const ClrHandle& converter, const ClrImage& i) noexcept {
         case CLRSPACE_YUV:
             if (converter.yuvParams == nullptr) break;
             return ClrYuvParamsToHub(i.source, i.destination, i.width, i.height, i.sourceRowExtra,
-                                     i.destinationRowExtra, converter.yuvParams);
+                                     i.destinationRowExtra, converter.yuvParams, i.reach);
         case CLRSPACE_CMYK:
             return ClrCmykToHub(i.source, i.destination, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra,
-                                GcrLevelOf(converter), rgbFirst);
+                                GcrLevelOf(converter), rgbFirst, i.reach);
         case CLRSPACE_LAB:
             if (converter.labDecode == nullptr) break;
             return ClrLabParamsToHub(converter.labDecode, i.source, i.destination, i.width, i.height, i.sourceRowExtra,
@@ -31,13 +31,14 @@ int32_t BuiltinToHub(const ClrHandle& converter, const ClrImage& i) noexcept {
                                 i.destinationRowExtra, rgbFirst);
         case CLRSPACE_RGB444:
             return ClrRgb444ToHub(i.source, i.destination, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra,
-                                  0);  // blue first on either hub
+                                  0, i.reach);  // blue first on either hub
         default:
             break;
     }
     const ClrKernelPair* pair = FindKernelPair(converter.sourceSpace);
     if (pair == nullptr) return CLR_SUCCESS;
-    return pair->toHub(i.source, i.destination, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra, rgbFirst);
+    return pair->toHub(i.source, i.destination, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra, rgbFirst,
+                       i.reach);
 }
 
 /// Built-in method, hub to destination.
@@ -46,10 +47,11 @@ int32_t BuiltinFromHub(const ClrHandle& converter, const ClrImage& i) noexcept {
     switch (converter.destinationSpace) {
         case CLRSPACE_RGB:
         case CLRSPACE_BGR:
-            return ClrHubSwap(i.source, i.destination, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra);
+            return ClrHubSwap(i.source, i.destination, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra,
+                              i.reach);
         case CLRSPACE_CMYK:
             return ClrCmykFromHub(i.source, i.destination, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra,
-                                  GcrLevelOf(converter), rgbFirst);
+                                  GcrLevelOf(converter), rgbFirst, i.reach);
         case CLRSPACE_LAB:
             if (converter.labEncode == nullptr) break;
             return ClrLabParamsFromHub(converter.labEncode, i.source, i.destination, i.width, i.height,
@@ -62,7 +64,8 @@ int32_t BuiltinFromHub(const ClrHandle& converter, const ClrImage& i) noexcept {
     }
     const ClrKernelPair* pair = FindKernelPair(converter.destinationSpace);
     if (pair == nullptr) return CLR_SUCCESS;
-    return pair->fromHub(i.source, i.destination, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra, rgbFirst);
+    return pair->fromHub(i.source, i.destination, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra, rgbFirst,
+                         i.reach);
 }
 
 /// The emulation methods. A pair without a table converts to nothing, and nobody hears what a kernel said.
@@ -72,18 +75,18 @@ int32_t ConvertByTable(const ClrHandle& converter, const EmulationTable* table, 
         const int32_t rgbFirst = to == CLRSPACE_RGB ? 1 : 0;
         if (from == CLRSPACE_CMYK) {
             ClrEmulateCmykToHub(i.source, table, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra,
-                                i.destination, rgbFirst);
+                                i.destination, rgbFirst, i.reach);
         } else if (from == CLRSPACE_LAB) {
             ClrEmulateLabToHub(i.source, table, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra,
-                               i.destination, rgbFirst);
+                               i.destination, rgbFirst, i.reach);
         }
     } else if (to == CLRSPACE_LAB) {
         ClrEmulateHubToLab(i.source, table, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra, i.destination,
-                           from == CLRSPACE_RGB ? 1 : 0);
+                           from == CLRSPACE_RGB ? 1 : 0, i.reach);
     } else if (to == CLRSPACE_CMYK) {
         // No table leads to the inks; the built-in kernel reads blue first on either hub.
         ClrCmykFromHub(i.source, i.destination, i.width, i.height, i.sourceRowExtra, i.destinationRowExtra,
-                       GcrLevelOf(converter), 0);
+                       GcrLevelOf(converter), 0, i.reach);
     }
     return CLR_SUCCESS;
 }
@@ -104,18 +107,20 @@ int32_t ConvertByMethod(const ClrHandle& converter, const ClrImage& image) noexc
     }
 }
 
-int32_t Convert(const ClrHandle* converter, const ClrImage& image) noexcept {
+}  // namespace
+
+int32_t Convert(const ClrHandle* converter, ClrImage image) noexcept {
     if (image.source == nullptr || converter == nullptr || image.destination == nullptr || image.width < 1 ||
         image.height < 1 || image.sourceRowExtra < 0 || image.destinationRowExtra < 0) {
         return ERR_INVALID_PARAMETER;
     }
-    if (IsBadReadPtr(converter, kConverterSize)) return ERR_BAD_POINTER;
+    // A live converter is the library's own memory and needs no probe.
     const bool live = IsLive(converter);
+    if (!live && IsBadReadPtr(converter, kConverterSize)) return ERR_BAD_POINTER;
     ClrSpacePair spaces{};
     if (!ReadSpaces(converter, live, &spaces)) return ERR_BAD_POINTER;
-    if (!CanRead(image.source, PaddedRowsButLast(spaces.source, image.width, image.height, image.sourceRowExtra)) ||
-        !CanWrite(image.destination,
-                  PaddedRowsButLast(spaces.destination, image.width, image.height, image.destinationRowExtra))) {
+    if (!ProbeImage(&image, PaddedRowsButLast(spaces.source, image.width, image.height, image.sourceRowExtra),
+                    PaddedRowsButLast(spaces.destination, image.width, image.height, image.destinationRowExtra))) {
         return ERR_BAD_POINTER;
     }
     if (!live) return ERR_INVALID_HANDLE;
@@ -136,7 +141,14 @@ int32_t Convert(const ClrHandle* converter, const ClrImage& image) noexcept {
     return ConvertByMethod(*converter, image);
 }
 
-}  // namespace
+bool ProbeImage(ClrImage* image, RegionSize source, RegionSize destination) noexcept {
+    if (!CanRead(image->source, source, image->reach.readable) ||
+        !CanWrite(image->destination, destination, image->reach.writable)) {
+        return false;
+    }
+    image->reach = image->reach.With(source, destination);
+    return true;
+}
 
 void CopyRows(const ClrImage& image, size_t rowBytes) noexcept {
     if (image.sourceRowExtra < 2 && image.destinationRowExtra < 2) {

@@ -69,13 +69,18 @@ struct ClrImage {
     int32_t height;
     int32_t sourceRowExtra;
     int32_t destinationRowExtra;
+    ClrReach reach = {};
 };
+
+/// Whether both regions can be reached, the source's asked for first; the image then knows it.
+bool ProbeImage(ClrImage* image, RegionSize source, RegionSize destination) noexcept;
 
 /// Copies packed rows of equal spaces. With a padding of 2 or more on a side the pointers advance by the padding alone.
 void CopyRows(const ClrImage& image, size_t rowBytes) noexcept;
 
-/// What Zv_ClrConvertDirect does.
-int32_t ConvertDirect(int32_t sourceSpace, int32_t destinationSpace, const ClrImage& image) noexcept;
+/// What Zv_ClrConvert and Zv_ClrConvertDirect do, for callers that may know what can be reached.
+int32_t Convert(const ClrHandle* converter, ClrImage image) noexcept;
+int32_t ConvertDirect(int32_t sourceSpace, int32_t destinationSpace, ClrImage image) noexcept;
 
 // --- Transforms -----------------------------------------------------------------------------------------------------
 

@@ -17,7 +17,16 @@ bool HasPixelBytes(int32_t space) noexcept { return ClrBitsPerPixel(space) == Pi
 
 int32_t Run(CmmTransform* transform, const uint8_t* source, uint8_t* destination, int64_t pixels) noexcept {
     if (transform == nullptr) return ERR_INVALID_PARAMETER;
-    return CmmRunTransform(source, destination, static_cast<uint32_t>(pixels), transform);
+    return CmmRunOwnTransform(source, destination, static_cast<uint32_t>(pixels), transform);
+}
+
+/// Whether the rows of a source already lie as packing would lay them, where a run reads each pixel before it writes
+/// over it.
+bool IsPacked(const ClrImage& i, int64_t pixels, int32_t inBytes, int32_t outBytes) noexcept {
+    if (ClampExtra(i.sourceRowExtra) != 0) return false;
+    const auto from = reinterpret_cast<uintptr_t>(i.source), to = reinterpret_cast<uintptr_t>(i.destination);
+    return to + static_cast<uintptr_t>(pixels * outBytes) <= from ||
+           from + static_cast<uintptr_t>(pixels * inBytes) <= to || (to <= from && outBytes <= inBytes);
 }
 
 int32_t Repack(const ClrHandle& converter, const ClrImage& i, CmmTransform* transform) noexcept {
@@ -27,12 +36,17 @@ int32_t Repack(const ClrHandle& converter, const ClrImage& i, CmmTransform* tran
     if (i.height < 2) return Run(transform, i.source, i.destination, i.width);
 
     const int64_t pixels = int64_t{i.width} * i.height;
-    const int32_t inBytes = PixelBytes(converter.sourceSpace);
+    const int32_t inBytes = PixelBytes(converter.sourceSpace), outBytes = PixelBytes(converter.destinationSpace);
+    // Whether there is memory for a copy decides about the call, also where none is needed; untouched, it costs little.
     const HostBlock<uint8_t> packed(pixels * inBytes, __LINE__, kFrameSource);
     if (!packed) return ERR_NO_MEMORY;
-    ClrPackRows(i.source, packed.Data(), i.height, i.width, inBytes, i.sourceRowExtra);
-    const int32_t result = Run(transform, packed.Data(), i.destination, pixels);
-    ClrSpreadRows(i.destination, i.height, i.width, PixelBytes(converter.destinationSpace), i.destinationRowExtra);
+    const uint8_t* rows = i.source;
+    if (!IsPacked(i, pixels, inBytes, outBytes)) {
+        ClrPackRows(i.source, packed.Data(), i.height, i.width, inBytes, i.sourceRowExtra);
+        rows = packed.Data();
+    }
+    const int32_t result = Run(transform, rows, i.destination, pixels);
+    ClrSpreadRows(i.destination, i.height, i.width, outBytes, i.destinationRowExtra);
     return result;
 }
 

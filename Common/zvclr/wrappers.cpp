@@ -141,11 +141,13 @@ using namespace zv;
 int32_t Zv_ClrConvertToBitmap(const ClrHandle* converter, const void* source, void* bitmap, uint32_t bitmapRecordSize,
                               int32_t width, int32_t height, int32_t sourceRowExtra, int32_t destinationRowExtra) {
     if (source == nullptr || bitmap == nullptr) return ERR_INVALID_PARAMETER;
-    if (converter == nullptr || IsBadReadPtr(converter, kConverterSize)) return ERR_BAD_POINTER;
+    if (converter == nullptr) return ERR_BAD_POINTER;
     const bool live = IsLive(converter);
+    if (!live && IsBadReadPtr(converter, kConverterSize)) return ERR_BAD_POINTER;
     ClrSpacePair spaces{};
     if (!ReadSpaces(converter, live, &spaces)) return ERR_BAD_POINTER;
-    if (!CanRead(source, PaddedRows(spaces.source, width, height, sourceRowExtra))) return ERR_BAD_POINTER;
+    const RegionSize sourceBytes = PaddedRows(spaces.source, width, height, sourceRowExtra);
+    if (!CanRead(source, sourceBytes)) return ERR_BAD_POINTER;
     if (!live) return ERR_INVALID_HANDLE;
     if (!ClrIsHub(spaces.destination)) return ERR_COLORSPACE_UNSUPPORTED;
 
@@ -155,7 +157,8 @@ int32_t Zv_ClrConvertToBitmap(const ClrHandle* converter, const void* source, vo
     // The platform may align rows that come without padding.
     if (target.rowExtra == 0 && ClrSystemConverts(*converter)) bytes = bytes + RegionSize(height) * kBitmapPixelBytes;
     return ConvertToBitmap(target, bytes, [&](uint8_t* buffer) {
-        return Zv_ClrConvert(converter, source, buffer, width, height, sourceRowExtra, destinationRowExtra);
+        return Convert(converter, {static_cast<const uint8_t*>(source), buffer, width, height, sourceRowExtra,
+                                   destinationRowExtra, ClrReach{}.With(sourceBytes, bytes)});
     });
 }
 
@@ -167,8 +170,9 @@ int32_t Zv_ClrConvertDirectToBitmap(int32_t sourceSpace, int32_t destinationSpac
     const BitmapTarget target = {static_cast<HostBitmap*>(bitmap), bitmapRecordSize, width, height,
                                  ClampExtra(destinationRowExtra)};
     return ConvertToBitmap(target, target.ImageBytes(), [&](uint8_t* buffer) {
-        return Zv_ClrConvertDirect(sourceSpace, destinationSpace, source, buffer, width, height, sourceRowExtra,
-                                   destinationRowExtra);
+        return ConvertDirect(sourceSpace, destinationSpace,
+                             {static_cast<const uint8_t*>(source), buffer, width, height, sourceRowExtra,
+                              destinationRowExtra, ClrReach{}.With(0, target.ImageBytes())});
     });
 }
 

@@ -31,6 +31,8 @@ BOOL ZvIsBadReadPtr(const void* address, size_t size) noexcept { return Allowed(
 
 BOOL ZvIsBadWritePtr(void* address, size_t size) noexcept { return Allowed(address, size, kWritable) ? 0 : 1; }
 
+bool ZvCanLoad(const void* address, size_t size) noexcept { return Allowed(address, size, kReadable); }
+
 bool ZvPeekMemory(void* destination, const void* source, size_t count) noexcept {
     // Not every system looks at the protection of pages for a process that reads itself.
     if (IsBadReadPtr(source, count)) return false;

@@ -1,9 +1,11 @@
 // Memory probes and the careful look: no fault, no signal, exact to the byte.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <thread>
@@ -15,6 +17,8 @@
 
 #ifndef _WIN32
 #    include <fcntl.h>
+#    include <pthread.h>
+#    include <signal.h>
 #    include <sys/mman.h>
 #    include <unistd.h>
 
@@ -31,6 +35,10 @@ namespace {
 
 bool Readable(const void* address, size_t size) { return IsBadReadPtr(address, size) == 0; }
 bool Writable(void* address, size_t size) { return IsBadWritePtr(address, size) == 0; }
+
+void LoadAll(const uint8_t* bytes, size_t size) {
+    for (size_t i = 0; i < size; ++i) static_cast<void>(*static_cast<const volatile uint8_t*>(bytes + i));
+}
 
 constexpr char kText[] = "constant";
 
@@ -198,7 +206,12 @@ TEST(MemoryProbe, LosesNothingThatAnotherThreadWrites) {
     GuardedBuffer buffer(2 * GuardedBuffer::PageSize());
     std::atomic<bool> done{false};
     std::thread prober([&] {
-        while (!done.load()) IsBadWritePtr(buffer.Data(), buffer.Size());
+        while (!done.load()) {
+            IsBadWritePtr(buffer.Data(), buffer.Size());
+            // Of single pages, which are asked for in another way.
+            IsBadWritePtr(buffer.Data(), 3);
+            IsBadWritePtr(buffer.Data() + GuardedBuffer::PageSize() + 1, GuardedBuffer::PageSize() - 1);
+        }
     });
     int lost = 0;
     for (uint32_t round = 0; round < 200000; ++round) {
@@ -246,6 +259,42 @@ TEST(MemoryProbe, UnmappedPages) {
     EXPECT_FALSE(ZvPeekMemory(copy, mapping.Data() + page - 1, 2));
 }
 
+TEST(MemoryProbe, OnePageOfALargeRegion) {
+    const size_t page = GuardedBuffer::PageSize();
+    constexpr size_t kPages = 600;
+    const size_t size = kPages * page;
+    for (const size_t place : {size_t{0}, size_t{1}, size_t{299}, kPages - 2, kPages - 1}) {
+        for (const int kind : {-1, PROT_NONE, PROT_READ, PROT_READ | PROT_WRITE}) {
+            const Mapping mapping(size, PROT_READ | PROT_WRITE);
+            uint8_t* start = mapping.Data() + place * page;
+            ASSERT_EQ(0, kind == -1 ? munmap(start, page) : mprotect(start, page, kind));
+            const bool loads = kind > PROT_NONE, stores = kind == (PROT_READ | PROT_WRITE);
+            EXPECT_EQ(loads, Readable(mapping.Data(), size)) << place << ", " << kind;
+            EXPECT_EQ(loads, ZvCanLoad(mapping.Data(), size)) << place << ", " << kind;
+            EXPECT_EQ(stores, Writable(mapping.Data(), size)) << place << ", " << kind;
+            const bool isInside = place > 0 && place < kPages - 1;
+            EXPECT_EQ(!isInside || loads, Readable(mapping.Data() + page, size - 2 * page)) << place << ", " << kind;
+            EXPECT_EQ(!isInside || stores, Writable(mapping.Data() + page, size - 2 * page)) << place << ", " << kind;
+        }
+    }
+}
+
+TEST(MemoryProbe, LargeFilesEndWhereTheirBytesDo) {
+    const size_t page = GuardedBuffer::PageSize();
+    constexpr size_t kPages = 300;
+    std::FILE* file = std::tmpfile();
+    ASSERT_NE(nullptr, file);
+    ASSERT_EQ(0, ftruncate(fileno(file), static_cast<off_t>(150 * page)));
+    for (const int flags : {MAP_PRIVATE, MAP_SHARED}) {
+        const Mapping mapping(kPages * page, PROT_READ | PROT_WRITE, flags, fileno(file));
+        EXPECT_TRUE(Readable(mapping.Data(), 150 * page));
+        EXPECT_TRUE(Writable(mapping.Data(), 150 * page));
+        EXPECT_FALSE(Readable(mapping.Data(), kPages * page));
+        EXPECT_FALSE(Writable(mapping.Data(), kPages * page));
+    }
+    std::fclose(file);
+}
+
 TEST(MemoryProbe, WriteOnlyPages) {
     const size_t page = GuardedBuffer::PageSize();
     const Mapping mapping(page, PROT_WRITE);
@@ -258,6 +307,85 @@ TEST(MemoryProbe, ExecuteOnlyAndReadExecutePages) {
     const Mapping readable(page, PROT_READ | PROT_EXEC);
     EXPECT_TRUE(Readable(readable.Data(), page));
     EXPECT_FALSE(Writable(readable.Data(), page));
+}
+
+/// Every row of three pages of these kinds, by regions that start and end at, before and behind their borders.
+TEST(MemoryProbe, EveryKindOfPageBesideEveryOther) {
+    const size_t page = GuardedBuffer::PageSize();
+    constexpr int kUnmapped = -1;
+    constexpr int kKinds[] = {kUnmapped, PROT_NONE, PROT_READ, PROT_READ | PROT_WRITE, PROT_READ | PROT_EXEC};
+    for (const int first : kKinds) {
+        for (const int second : kKinds) {
+            for (const int third : kKinds) {
+                const int kinds[] = {first, second, third};
+                const Mapping mapping(3 * page, PROT_READ | PROT_WRITE);
+                for (size_t i = 0; i < 3; ++i) {
+                    uint8_t* start = mapping.Data() + i * page;
+                    if ((first + second) % 2 == 0) *start = 1;  // pages that are there already, and ones that are not
+                    ASSERT_EQ(0, kinds[i] == kUnmapped ? munmap(start, page) : mprotect(start, page, kinds[i]));
+                }
+                const auto allow = [&](size_t from, size_t size, int protection) {
+                    for (size_t i = from / page; i <= (from + size - 1) / page; ++i) {
+                        if (kinds[i] == kUnmapped || (kinds[i] & protection) == 0) return false;
+                    }
+                    return true;
+                };
+                for (const size_t from :
+                     {size_t{0}, size_t{1}, page - 9, page - 3, page - 1, page, 2 * page - 1, 2 * page + 5}) {
+                    for (const size_t size : {size_t{1}, size_t{2}, size_t{4}, size_t{9}, page - 5, page, 2 * page}) {
+                        if (from + size > 3 * page) continue;
+                        uint8_t* at = mapping.Data() + from;
+                        const std::string what =
+                            testing::PrintToString(kinds) + ", " + std::to_string(from) + " + " + std::to_string(size);
+                        ASSERT_EQ(allow(from, size, PROT_READ), Readable(at, size)) << what;
+                        ASSERT_EQ(allow(from, size, PROT_READ), ZvCanLoad(at, size)) << what;
+                        ASSERT_EQ(allow(from, size, PROT_WRITE), Writable(at, size)) << what;
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST(MemoryProbe, WhatCanBeLoadedDoesNotFault) {
+    const size_t page = GuardedBuffer::PageSize();
+    for (const int protection : {PROT_WRITE, PROT_EXEC, PROT_WRITE | PROT_EXEC, PROT_READ}) {
+        const Mapping mapping(page, protection);
+        // Where there is no permission to read it is the processor's matter.
+        const bool loads = ZvCanLoad(mapping.Data(), page);
+        if (protection == PROT_READ) {
+            EXPECT_TRUE(loads);
+        }
+        if (loads) LoadAll(mapping.Data(), page);
+    }
+}
+
+TEST(MemoryProbe, LoadsOfNothingAndOfNowhere) {
+    GuardedBuffer page(64);
+    EXPECT_TRUE(ZvCanLoad(page.Data(), 64));
+    EXPECT_TRUE(ZvCanLoad(page.Data() + 63, 1));
+    EXPECT_FALSE(ZvCanLoad(page.Data() + 63, 2));
+    EXPECT_FALSE(ZvCanLoad(page.end(), 1));
+    EXPECT_FALSE(ZvCanLoad(nullptr, 1));
+    EXPECT_FALSE(ZvCanLoad(reinterpret_cast<void*>(UINTPTR_MAX), 1));
+    EXPECT_FALSE(ZvCanLoad(reinterpret_cast<void*>(UINTPTR_MAX), 2));
+    EXPECT_FALSE(ZvCanLoad(page.Data(), SIZE_MAX));
+    page.MakeUnreadable();
+    EXPECT_FALSE(ZvCanLoad(page.Data(), 1));
+    EXPECT_TRUE(ZvCanLoad(page.Data(), 0));
+    EXPECT_TRUE(ZvCanLoad(nullptr, 0));
+}
+
+TEST(MemoryProbe, SignalsAndWordsStayAsTheyWere) {
+    sigset_t before, after;
+    ASSERT_EQ(0, pthread_sigmask(SIG_SETMASK, nullptr, &before));
+    GuardedBuffer page(64);
+    page.Fill(0xFF);
+    EXPECT_TRUE(ZvCanLoad(page.Data(), 64));
+    EXPECT_TRUE(Writable(page.Data(), 64));
+    EXPECT_TRUE(std::all_of(page.begin(), page.end(), [](uint8_t byte) { return byte == 0xFF; }));
+    ASSERT_EQ(0, pthread_sigmask(SIG_SETMASK, nullptr, &after));
+    for (int signal = 1; signal < 32; ++signal) EXPECT_EQ(sigismember(&before, signal), sigismember(&after, signal));
 }
 
 TEST(MemoryProbe, NeighbouringMappingsAreOneRegion) {
@@ -298,6 +426,10 @@ TEST(MemoryProbe, MappingThatReachesPastTheEndOfItsFile) {
     EXPECT_FALSE(Readable(mapping.Data(), 2 * size + 1)) << "a load there is a bus error";
     EXPECT_FALSE(Writable(mapping.Data() + 2 * size, 1));
     EXPECT_FALSE(Readable(mapping.Data() + 3 * size, 1));
+    EXPECT_TRUE(ZvCanLoad(mapping.Data() + size, size));
+    EXPECT_FALSE(ZvCanLoad(mapping.Data() + 2 * size - 1, 2));
+    EXPECT_FALSE(ZvCanLoad(mapping.Data() + 2 * size, 1));
+    EXPECT_TRUE(Writable(mapping.Data() + 2 * size - 1, 1));
     uint8_t copy[1] = {};
     EXPECT_FALSE(ZvPeekMemory(copy, mapping.Data() + 2 * size, 1));
 }
@@ -317,6 +449,11 @@ TEST(MemoryProbe, KeepsErrno) {
     errno = 4711;
     EXPECT_FALSE(Readable(page.Data(), 8));
     EXPECT_FALSE(Writable(page.Data(), 8));
+    EXPECT_FALSE(ZvCanLoad(page.Data(), 8));
+    page.MakeWritable();
+    EXPECT_TRUE(Writable(page.Data(), 8));
+    EXPECT_TRUE(ZvCanLoad(page.Data(), 8));
+    page.MakeUnreadable();
     uint8_t copy[8];
     EXPECT_FALSE(ZvPeekMemory(copy, page.Data(), 8));
     EXPECT_EQ(4711, errno);
@@ -346,7 +483,9 @@ TEST(MemoryProbe, KernelsOwnPagesAreAnsweredFromTheMemoryMap) {
     ASSERT_NE(0, madvise(clock.start, GuardedBuffer::PageSize(), kPopulateRead)) << "no case for the memory map";
     ASSERT_EQ(EINVAL, errno);
     EXPECT_TRUE(Readable(clock.start, clock.size));
+    EXPECT_TRUE(ZvCanLoad(clock.start, clock.size));
     EXPECT_FALSE(Writable(clock.start, clock.size));
+    EXPECT_FALSE(Writable(clock.start, 1));
     EXPECT_TRUE(Readable(clock.start + clock.size - 1, 1));
 }
 

@@ -19,7 +19,7 @@ void ExpectRow(EmulationKind kind, Kernel kernel, const Bytes& table, const Byte
     const Bytes wanted = ReferenceEmulationRow(kind, table, pixels, true);
     const auto count = static_cast<int32_t>(wanted.size() / 3);
     Bytes got(wanted.size());
-    ASSERT_EQ(0, kernel(pixels.data(), table.data(), count, 1, 0, 0, got.data(), 1));
+    ASSERT_EQ(0, kernel(pixels.data(), table.data(), count, 1, 0, 0, got.data(), 1, {}));
     const auto differs = std::mismatch(wanted.begin(), wanted.end(), got.begin());
     ASSERT_TRUE(differs.first == wanted.end()) << "red first, pixel " << (differs.first - wanted.begin()) / 3;
 
@@ -30,7 +30,7 @@ void ExpectRow(EmulationKind kind, Kernel kernel, const Bytes& table, const Byte
     const bool fromHub = kind == EmulationKind::kHubToLab;
     const Bytes source = fromHub ? mirrored(pixels) : pixels;
     const Bytes blueWanted = fromHub ? wanted : mirrored(wanted);
-    ASSERT_EQ(0, kernel(source.data(), table.data(), count, 1, 0, 0, got.data(), 0));
+    ASSERT_EQ(0, kernel(source.data(), table.data(), count, 1, 0, 0, got.data(), 0, {}));
     ASSERT_TRUE(std::equal(blueWanted.begin(), blueWanted.end(), got.begin())) << "blue first";
 }
 

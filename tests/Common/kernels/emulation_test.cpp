@@ -68,7 +68,7 @@ public:
         const size_t count = pixels.size() / EmulationSourceBytes(kind_);
         Bytes out(count * 3, 0xCC);
         EXPECT_EQ(0, KernelOf(kind_)(pixels.data(), bytes_.Data(), static_cast<int32_t>(count), 1, 0, 0, out.data(),
-                                     rgbFirst));
+                                     rgbFirst, {}));
         return out;
     }
 
@@ -435,7 +435,7 @@ TEST_P(Emulation, WritesRowsAndNoOtherBytes) {
             uint8_t* destination = side == 0 ? destinations[0].begin() : destinations[1].end() - size;
 
             ASSERT_EQ(0, KernelOf(kind)(source, grid.Data(), width, static_cast<int32_t>(height), sourceExtra, extra,
-                                        destination, rgbFirst));
+                                        destination, rgbFirst, {}));
             Bytes wanted(room, 0xCD);
             const size_t from = side == 0 ? 0 : room - size;
             for (size_t y = 0; y < height; ++y) {
@@ -458,7 +458,7 @@ TEST_P(Emulation, RunsInPlaceWhenPixelsHaveOneSize) {
     for (int32_t width = 1; oneSize && width <= kMostWidth; width += 3) {
         Bytes image = RandomBytes(static_cast<size_t>(width) * 3, 4);
         const Bytes wanted = ReferenceEmulationRow(kind, table, image, true);
-        ASSERT_EQ(0, KernelOf(kind)(image.data(), table.data(), width, 1, 0, 0, image.data(), kRgbFirst));
+        ASSERT_EQ(0, KernelOf(kind)(image.data(), table.data(), width, 1, 0, 0, image.data(), kRgbFirst, {}));
         ASSERT_EQ(wanted, image) << width;
     }
 }
@@ -478,7 +478,7 @@ TEST_P(Emulation, NothingIsWrittenWithoutATable) {
     const EmulationKind kind = GetParam();
     const Bytes source(40, 7);
     Bytes destination(30, 0x5A);
-    EXPECT_GT(0, KernelOf(kind)(source.data(), nullptr, 10, 1, 0, 0, destination.data(), kRgbFirst));
+    EXPECT_GT(0, KernelOf(kind)(source.data(), nullptr, 10, 1, 0, 0, destination.data(), kRgbFirst, {}));
     EXPECT_EQ(Bytes(30, 0x5A), destination);
 }
 
@@ -491,7 +491,7 @@ TEST_P(Emulation, BuffersOutOfReachAreRefusedBeforeAnyByteIsWritten) {
     constexpr size_t kSize = (kWidth * 3 + kExtra) * kHeight;
     GuardedBuffer source(sourceSize, Side::kBack, 9), destination(kSize, Side::kBack, 0x5A);
     const auto run = [&](const uint8_t* from, uint8_t* to) {
-        return kernel(from, table.data(), kWidth, kHeight, kExtra, kExtra, to, kRgbFirst);
+        return kernel(from, table.data(), kWidth, kHeight, kExtra, kExtra, to, kRgbFirst, {});
     };
     const auto untouched = [&] {
         return std::all_of(destination.begin(), destination.end(), [](uint8_t byte) { return byte == 0x5A; });
@@ -519,8 +519,8 @@ TEST_P(Emulation, ImagesWithoutRowsWriteNothing) {
     const EmulationKind kind = GetParam();
     const Bytes table = RandomTable(kind, 8), source(40, 200);
     Bytes destination(30, 0x5A);
-    EXPECT_EQ(0, KernelOf(kind)(source.data(), table.data(), 10, 0, 0, 0, destination.data(), kRgbFirst));
-    EXPECT_EQ(0, KernelOf(kind)(source.data(), table.data(), 0, 1, 0, 0, destination.data(), kRgbFirst));
+    EXPECT_EQ(0, KernelOf(kind)(source.data(), table.data(), 10, 0, 0, 0, destination.data(), kRgbFirst, {}));
+    EXPECT_EQ(0, KernelOf(kind)(source.data(), table.data(), 0, 1, 0, 0, destination.data(), kRgbFirst, {}));
     EXPECT_EQ(Bytes(30, 0x5A), destination);
 }
 

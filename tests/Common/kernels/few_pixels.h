@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "Common/kernels/kernels.h"
 #include "zvclr.h"
 
 namespace zv::test {
@@ -21,8 +22,7 @@ Bytes RowThrough(const Run& run, const Bytes& source, int32_t width, size_t dest
 }
 
 /// One pixel through a kernel of the common form.
-template <class Kernel>
-Bytes PixelThrough(Kernel* kernel, const Bytes& source, size_t destinationBytes = 3, int32_t rgbFirst = 1) {
+inline Bytes PixelThrough(ClrKernel kernel, const Bytes& source, size_t destinationBytes = 3, int32_t rgbFirst = 1) {
     return RowThrough(
         [&](const uint8_t* s, uint8_t* d, int32_t width) { return kernel(s, d, width, 1, 0, 0, rgbFirst); }, source, 1,
         destinationBytes);

@@ -1,4 +1,5 @@
-// Every kernel at every width and padding, its buffers against unreadable pages at either end.
+// Every kernel at every width and padding, its buffers against unreadable pages at either end, under each instruction
+// set.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -6,6 +7,7 @@
 #include <vector>
 
 #include "tests/support/guarded_buffer.h"
+#include "tests/support/instruction_sets.h"
 #include "tests/support/kernel_cases.h"
 #include "tests/support/recording_host.h"
 #include "tests/support/test_pictures.h"
@@ -21,7 +23,10 @@ constexpr int32_t kMostPixels = 130;
 constexpr int32_t kMostHeight = 4;
 constexpr uint8_t kUntouched = 0xCD;
 
-constexpr size_t kMostBytes = size_t{kMostPixels * 4 + 64} * kMostHeight;
+/// Bytes on either side of a destination that are looked at too.
+constexpr size_t kMargin = 80;
+constexpr int32_t kAlignments = 64;
+constexpr size_t kMostBytes = size_t{kMostPixels * 4 + 64} * kMostHeight + kAlignments;
 
 size_t Clamped(int32_t extra) { return extra < 1 ? 0 : static_cast<size_t>(extra); }
 
@@ -76,52 +81,67 @@ struct Layout {
     }
 };
 
-uint8_t* RegionAt(const GuardedBuffer& buffer, Side side, size_t size) {
-    return side == Side::kFront ? buffer.begin() : buffer.end() - size;
+uint8_t* RegionAt(const GuardedBuffer& buffer, Side side, size_t size, size_t shift) {
+    return side == Side::kFront ? buffer.begin() + shift : buffer.end() - size - shift;
 }
+
+std::vector<uint8_t> RandomSource(const KernelCase& kernel, size_t size, uint32_t seed) {
+    std::vector<uint8_t> bytes = RandomBytes(size, seed);
+    if (kernel.nonZeroSource) {
+        for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(byte | 1);
+    }
+    return bytes;
+}
+
+/// Bytes between either buffer and its guard page.
+struct Shifts {
+    size_t source = 0;
+    size_t destination = 0;
+};
 
 /// Two source buffers of random bytes, which cannot be written any more, and two destinations.
 class Buffers {
 public:
     explicit Buffers(const KernelCase& kernel) {
         for (GuardedBuffer* source : {&sourceFront_, &sourceBack_}) {
-            std::vector<uint8_t> bytes = RandomBytes(source->Size(), 17);
-            if (kernel.nonZeroSource) {
-                for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(byte | 1);
-            }
+            const std::vector<uint8_t> bytes = RandomSource(kernel, source->Size(), 17);
             std::copy(bytes.begin(), bytes.end(), source->begin());
             source->MakeReadOnly();
         }
     }
 
-    uint8_t* Source(Side side, size_t size) const {
-        return RegionAt(side == Side::kFront ? sourceFront_ : sourceBack_, side, size);
-    }
-
-    /// run(source, destination) on an untouched destination, and what has become of it.
+    /// run(source, destination) on an untouched destination under each of the sets, and what has become of it.
     template <class Run>
-    void Check(const Layout& layout, Side side, bool rgbFirst, int32_t wantedResult, const Run& run) {
-        const uint8_t* source = Source(side, layout.SourceSize());
-        GuardedBuffer& buffer = side == Side::kFront ? destinationFront_ : destinationBack_;
+    void Check(const std::vector<ClrIsa>& isas, const Layout& layout, Side side, const Shifts& shifts, bool rgbFirst,
+               int32_t wantedResult, const Run& run) {
+        const bool front = side == Side::kFront;
+        const uint8_t* source = RegionAt(front ? sourceFront_ : sourceBack_, side, layout.SourceSize(), shifts.source);
         const size_t size = layout.DestinationSize();
-        uint8_t* destination = RegionAt(buffer, side, size);
-        constexpr size_t kMargin = 80;
-        uint8_t* margin = side == Side::kFront ? destination + size : destination - kMargin;
-        std::memset(side == Side::kFront ? destination : margin, kUntouched, size + kMargin);
-
-        ASSERT_EQ(wantedResult, run(source, destination)) << layout.Text();
+        uint8_t* destination = RegionAt(front ? destinationFront_ : destinationBack_, side, size, shifts.destination);
+        const size_t before = front ? shifts.destination : kMargin, after = front ? kMargin : shifts.destination;
         const std::vector<uint8_t> wanted = layout.Wanted(source, rgbFirst);
-        const auto differs = std::mismatch(wanted.begin(), wanted.end(), destination);
-        ASSERT_TRUE(differs.first == wanted.end())
-            << layout.Text() << ", red first " << rgbFirst << ": byte " << differs.second - destination << " is "
-            << int{*differs.second} << " and not " << int{*differs.first};
-        ASSERT_TRUE(std::all_of(margin, margin + kMargin, [](uint8_t byte) { return byte == kUntouched; }))
-            << layout.Text() << ": written outside";
+        static const std::vector<uint8_t> untouched(kMargin, kUntouched);
+        for (const ClrIsa isa : isas) {
+            const UseIsa use(isa);
+            std::memset(destination - before, kUntouched, before + size + after);
+            ASSERT_EQ(wantedResult, run(source, destination)) << layout.Text();
+            if (std::memcmp(destination, wanted.data(), size) != 0) {
+                const auto differs = std::mismatch(wanted.begin(), wanted.end(), destination);
+                FAIL() << testing::PrintToString(isa) << ", " << layout.Text() << ", red first " << rgbFirst
+                       << ": byte " << differs.second - destination << " is " << int{*differs.second} << " and not "
+                       << int{*differs.first};
+            }
+            ASSERT_TRUE(std::memcmp(destination - before, untouched.data(), before) == 0 &&
+                        std::memcmp(destination + size, untouched.data(), after) == 0)
+                << testing::PrintToString(isa) << ", " << layout.Text() << ": written outside";
+        }
     }
 
 private:
+    static constexpr size_t kDestinationBytes = kMostBytes + kMargin;
+
     GuardedBuffer sourceFront_{kMostBytes, Side::kFront}, sourceBack_{kMostBytes, Side::kBack};
-    GuardedBuffer destinationFront_{kMostBytes + 80, Side::kFront}, destinationBack_{kMostBytes + 80, Side::kBack};
+    GuardedBuffer destinationFront_{kDestinationBytes, Side::kFront}, destinationBack_{kDestinationBytes, Side::kBack};
 };
 
 class KernelGeometry : public testing::TestWithParam<KernelCase> {};
@@ -139,8 +159,8 @@ TEST_P(KernelGeometry, WritesTheRightBytesAndNoOthers) {
                 const Layout layout{kernel, width, height, kPaddings[i], kPaddings[other]};
                 for (const int32_t rgbFirst : {0, 1}) {
                     const bool front = (i + static_cast<size_t>(width / kernel.widthMultiple + rgbFirst)) % 2 == 0;
-                    buffers.Check(layout, front ? Side::kFront : Side::kBack, rgbFirst != 0, CLR_SUCCESS,
-                                  [&](const uint8_t* source, uint8_t* destination) {
+                    buffers.Check(InstructionSets(), layout, front ? Side::kFront : Side::kBack, {}, rgbFirst != 0,
+                                  CLR_SUCCESS, [&](const uint8_t* source, uint8_t* destination) {
                                       return kernel.run(source, destination, width, height, layout.sourceExtra,
                                                         layout.destinationExtra, rgbFirst);
                                   });
@@ -151,27 +171,54 @@ TEST_P(KernelGeometry, WritesTheRightBytesAndNoOthers) {
     }
 }
 
+TEST_P(KernelGeometry, StartsAtAnyByte) {
+    const HostScope host;
+    const KernelCase& kernel = GetParam();
+    Buffers buffers(kernel);
+    const int32_t height = kernel.heightMultiple;
+    for (const int32_t most : {3, 63, 64, 65, 129, kMostPixels}) {
+        const int32_t width = std::max(most / kernel.widthMultiple, 1) * kernel.widthMultiple;
+        const Layout layout{kernel, width, height, 0, 0};
+        for (size_t shift = 0; shift < size_t{kAlignments}; ++shift) {
+            // Each pair of alignments would be too many: over the widths, sources and destinations differ in turn.
+            const size_t other = (shift * 5 + static_cast<size_t>(most)) % size_t{kAlignments};
+            for (const int32_t rgbFirst : {0, 1}) {
+                buffers.Check(InstructionSets(), layout, shift % 2 == 0 ? Side::kFront : Side::kBack, {shift, other},
+                              rgbFirst != 0, CLR_SUCCESS, [&](const uint8_t* source, uint8_t* destination) {
+                                  return kernel.run(source, destination, width, height, 0, 0, rgbFirst);
+                              });
+                if (HasFatalFailure()) return;
+            }
+        }
+    }
+}
+
 TEST_P(KernelGeometry, RunsInPlaceWhenPixelsHaveOneSize) {
     const KernelCase& kernel = GetParam();
     const bool oneSize = kernel.sourceBits == kernel.destinationBits;
-    std::vector<uint8_t> random = RandomBytes(kMostBytes, 23);
-    if (kernel.nonZeroSource) {
-        for (uint8_t& byte : random) byte = static_cast<uint8_t>(byte | 1);
-    }
+    const std::vector<uint8_t> random = RandomSource(kernel, kMostBytes, 23);
+    const GuardedBuffer front(kMostBytes, Side::kFront), back(kMostBytes, Side::kBack);
     for (int32_t width = 1; oneSize && width <= kMostPixels; ++width) {
         for (const int32_t extra : {0, 3, 64}) {
             for (const int32_t rgbFirst : {0, 1}) {
                 // Packed sides have no padding that the other could match.
                 const int32_t padding = kernel.packedSource || kernel.packedDestination ? 0 : extra;
                 const Layout layout{kernel, width, 3, padding, padding};
-                std::vector<uint8_t> image(random.begin(),
-                                           random.begin() + static_cast<ptrdiff_t>(layout.SourceSize()));
-                const std::vector<uint8_t> wanted = layout.Wanted(image.data(), rgbFirst != 0);
-                ASSERT_EQ(CLR_SUCCESS, kernel.run(image.data(), image.data(), width, 3, padding, padding, rgbFirst));
-                const size_t stride = layout.SourceRow() + Clamped(padding);
-                for (size_t i = 0; i < image.size(); ++i) {
-                    const uint8_t right = i % stride < layout.SourceRow() ? wanted[i] : random[i];
-                    ASSERT_EQ(right, image[i]) << layout.Text() << ", byte " << i;
+                const size_t size = layout.SourceSize(), stride = layout.SourceRow() + Clamped(padding);
+                std::vector<uint8_t> wanted = layout.Wanted(random.data(), rgbFirst != 0);
+                for (size_t row = 0; row < 3; ++row) {
+                    const size_t rowEnd = row * stride + layout.SourceRow();
+                    std::copy_n(random.data() + rowEnd, Clamped(padding), wanted.data() + rowEnd);
+                }
+                const Side side = (width + extra + rgbFirst) % 2 == 0 ? Side::kFront : Side::kBack;
+                uint8_t* image = RegionAt(side == Side::kFront ? front : back, side, size, 0);
+                for (const ClrIsa isa : InstructionSets()) {
+                    const UseIsa use(isa);
+                    std::memcpy(image, random.data(), size);
+                    ASSERT_EQ(CLR_SUCCESS, kernel.run(image, image, width, 3, padding, padding, rgbFirst));
+                    ASSERT_EQ(0, std::memcmp(image, wanted.data(), size))
+                        << testing::PrintToString(isa) << ", " << layout.Text() << ", byte "
+                        << std::mismatch(wanted.begin(), wanted.end(), image).first - wanted.begin();
                 }
             }
         }
@@ -181,6 +228,12 @@ TEST_P(KernelGeometry, RunsInPlaceWhenPixelsHaveOneSize) {
 }
 
 // --- Through the frame ----------------------------------------------------------------------------------------------
+
+/// The frame knows nothing of instruction sets: each call has another one.
+std::vector<ClrIsa> InTurn(int32_t turn) {
+    const std::vector<ClrIsa>& all = InstructionSets();
+    return {all[static_cast<size_t>(turn) % all.size()]};
+}
 
 std::vector<int32_t> Widths(const KernelCase& kernel) {
     std::vector<int32_t> widths;
@@ -204,7 +257,7 @@ TEST_P(KernelGeometry, DirectConversionWritesTheSame) {
                     if (!direct || !kernel.Fits(width, height)) continue;
                     for (const int32_t hub : {CLRSPACE_RGB, CLRSPACE_BGR}) {
                         const bool from = kernel.direction == Direction::kFromHub;
-                        buffers.Check(layout, Side::kBack, hub == CLRSPACE_RGB, CLR_SUCCESS,
+                        buffers.Check(InTurn(calls + width), layout, Side::kBack, {}, hub == CLRSPACE_RGB, CLR_SUCCESS,
                                       [&](const uint8_t* source, uint8_t* destination) {
                                           return Zv_ClrConvertDirect(
                                               from ? hub : kernel.space, from ? kernel.space : hub, source, destination,
@@ -262,7 +315,7 @@ TEST_P(KernelGeometry, AConverterWritesTheSame) {
                         if (!kernel.Fits(width, height)) continue;
                         const Layout layout{kernel, width, height, kernel.packedSource ? 0 : sourceExtra,
                                             kernel.packedDestination ? 0 : destinationExtra};
-                        buffers.Check(layout, Side::kBack, order != 0, result,
+                        buffers.Check(InTurn(calls + width), layout, Side::kBack, {}, order != 0, result,
                                       [&](const uint8_t* source, uint8_t* destination) {
                                           return Zv_ClrConvert(converter.Get(), source, destination, width, height,
                                                                layout.sourceExtra, layout.destinationExtra);

@@ -11,9 +11,7 @@ namespace zv::test {
 
 namespace {
 
-using Kernel = int32_t(const uint8_t*, uint8_t*, int32_t, int32_t, int32_t, int32_t, int32_t) noexcept;
-
-Bytes Row(Kernel* kernel, const Bytes& source, int32_t width, size_t bytes, int32_t rgbFirst = 1) {
+Bytes Row(ClrKernel kernel, const Bytes& source, int32_t width, size_t bytes, int32_t rgbFirst = 1) {
     return RowThrough([&](const uint8_t* s, uint8_t* d, int32_t w) { return kernel(s, d, w, 1, 0, 0, rgbFirst); },
                       source, width, bytes);
 }
@@ -119,13 +117,13 @@ TEST(Y41pToHub, EachHalfHasItsOwnChroma) {
 }
 
 TEST(SubsampledWidths, TheMultipleGoesBeforeThePointers) {
-    for (Kernel* kernel : {ClrYuy2FromHub, ClrYuy2ToHub, ClrUyvyFromHub, ClrUyvyToHub}) {
+    for (const ClrKernel kernel : {ClrYuy2FromHub, ClrYuy2ToHub, ClrUyvyFromHub, ClrUyvyToHub}) {
         for (const int32_t width : {1, 3, 131, -1, INT32_MAX}) {
             EXPECT_EQ(ERR_WIDTH_MULTIPLE, kernel(nullptr, nullptr, width, 1, 0, 0, 1)) << width;
         }
         EXPECT_EQ(ERR_INVALID_PARAMETER, kernel(nullptr, nullptr, 2, 1, 0, 0, 1));
     }
-    for (Kernel* kernel : {ClrY41pFromHub, ClrY41pToHub}) {
+    for (const ClrKernel kernel : {ClrY41pFromHub, ClrY41pToHub}) {
         for (const int32_t width : {1, 2, 4, 12, 15, -4, INT32_MAX}) {
             EXPECT_EQ(ERR_WIDTH_MULTIPLE, kernel(nullptr, nullptr, width, 1, 0, 0, 1)) << width;
         }

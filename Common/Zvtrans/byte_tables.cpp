@@ -1,0 +1,215 @@
+#include "Common/Zvtrans/byte_tables.h"
+
+#include "Common/Zvgamma/fixed_point.h"
+#include "Common/Zvlut/grid_step.h"
+#include "host/host.h"
+
+namespace zv {
+
+namespace {
+
+/// Sixteen bytes each. Larger grids are rare, and their nodes would not stay in a cache.
+constexpr int64_t kMostNodes = 1 << 18;
+/// No block is large, whatever a profile claims. One holds whole slices.
+constexpr size_t kBlockNodes = 1 << 14;
+constexpr size_t kMostBlocks = 32;
+
+}  // namespace
+
+/// What the tables were made of, and the tables.
+struct CmmByteTables {
+    CmmUnpack unpack;
+    CmmPack pack;
+    const CmmLut* lut;
+    const MatShaper* shaper;
+    float* blocks[kMostBlocks];  ///< of nodes; null behind the last
+    union {
+        CmmByteGrid grid;
+        CmmByteShaper terms;
+    };
+};
+
+namespace {
+
+constexpr ZvChar kSource[] = ZV_WIDE("Common\\Zvtrans");
+
+constexpr uint32_t kNodeNumbers = 4;
+constexpr size_t kAlignment = 32;
+constexpr uint32_t kMostPoints = 64;  // of three axes with the most nodes
+
+constexpr uint16_t WordOf(uint32_t byte) noexcept { return static_cast<uint16_t>(byte * 257); }
+
+bool HasBytes(uint32_t format) noexcept { return FormatBytes(format) == 1; }
+
+/// Of a channel in a pixel of that format.
+uint32_t ByteOfChannel(uint32_t format, uint32_t channel) noexcept {
+    return FormatReversed(format) && FormatChannels(format) == 3 ? 2 - channel : channel;
+}
+
+CmmByteTables* Alloc(const CmmTransform& t) noexcept {
+    auto* tables = static_cast<CmmByteTables*>(HostAllocZeroed(sizeof(CmmByteTables), 1, __LINE__, kSource));
+    if (tables == nullptr) return nullptr;
+    tables->unpack = t.unpack;
+    tables->pack = t.pack;
+    return tables;
+}
+
+float* Aligned(float* block) noexcept {
+    return reinterpret_cast<float*>((reinterpret_cast<uintptr_t>(block) + kAlignment - 1) / kAlignment * kAlignment);
+}
+
+/// Places for the slices of a grid; false without memory.
+bool AllocSlices(CmmByteTables& tables, uint32_t points, size_t sliceNodes, float* (&slices)[kMostPoints]) noexcept {
+    const size_t perBlock = sliceNodes < kBlockNodes ? kBlockNodes / sliceNodes : 1;
+    const size_t blockNumbers = perBlock * sliceNodes * kNodeNumbers;
+    for (size_t i = 0; i < points; ++i) {
+        float*& block = tables.blocks[i / perBlock];
+        if (block == nullptr) {
+            const auto bytes = static_cast<int64_t>(blockNumbers * sizeof(float) + kAlignment);
+            block = static_cast<float*>(HostAllocZeroed(bytes, 1, __LINE__, kSource));
+            if (block == nullptr) return false;
+        }
+        slices[i] = Aligned(block) + i % perBlock * sliceNodes * kNodeNumbers;
+    }
+    return true;
+}
+
+/// The lower node of a byte on its axis. The blended axis has positions of its own.
+uint32_t FillPosition(CmmByteAxis& axis, uint32_t byte, uint16_t domain, bool blended) noexcept {
+    uint32_t low;
+    double fraction, whole = 1.0;
+    if (blended) {
+        const FixedPosition position = PositionIn(domain, WordOf(byte));
+        low = position.index;
+        fraction = position.fraction;
+        whole = kFixedOne;
+    } else {
+        const GridPosition position = PositionOnAxis(WordOf(byte), domain);
+        low = position.low;
+        fraction = position.fraction;
+    }
+    if (low == domain) {
+        --low;
+        fraction = whole;
+    }
+    axis.definition[byte] = fraction;
+    axis.fractions[byte] = static_cast<float>(fraction / whole);
+    return low;
+}
+
+CmmByteTables* MakeGrid(const CmmTransform& t) noexcept {
+    const CmmLut& lut = *t.gridLut;
+    const uint32_t inputs = lut.inputChannels, outputs = lut.outputChannels;
+    if (lut.flags != LUT_HAS_CLUT || lut.gridPoints < 2 || inputs < 3 || inputs > 4 || outputs < 3 || outputs > 4 ||
+        inputs != FormatChannels(t.inputFormat) || outputs != FormatChannels(t.outputFormat)) {
+        return nullptr;
+    }
+    const int64_t count = CmmGridEntries(lut.gridPoints, inputs, 1);
+    if (count < 0 || count > kMostNodes) return nullptr;
+    CmmByteTables* tables = Alloc(t);
+    if (tables == nullptr) return nullptr;
+    const size_t sliceNodes = static_cast<size_t>(count) / lut.gridPoints;
+    float* slices[kMostPoints] = {};
+    if (!AllocSlices(*tables, lut.gridPoints, sliceNodes, slices)) {
+        CmmFreeByteTables(tables);
+        return nullptr;
+    }
+    tables->lut = &lut;
+    CmmByteGrid& grid = tables->grid;
+    grid.inputs = inputs;
+    grid.outputs = outputs;
+    uint32_t stride = kNodeNumbers;
+    for (uint32_t c = inputs; c-- > 0; stride *= lut.gridPoints) {
+        CmmByteAxis& axis = grid.axes[c];
+        axis.byte = ByteOfChannel(t.inputFormat, c);
+        axis.stride = stride;
+        for (uint32_t v = 0; v < 256; ++v) {
+            const uint32_t low = FillPosition(axis, v, lut.clutParams.domain, inputs == 4 && c == 0);
+            if (c > 0) {
+                axis.offsets[v] = low * stride;
+            } else {
+                grid.slices[v][0] = slices[low];
+                grid.slices[v][1] = slices[low + 1];
+            }
+        }
+    }
+    const uint16_t* word = lut.clut;
+    for (uint32_t slice = 0; slice < lut.gridPoints; ++slice) {
+        float* number = slices[slice];
+        for (size_t i = 0; i < sliceNodes; ++i, number += kNodeNumbers) {
+            for (uint32_t o = 0; o < outputs; ++o) number[ByteOfChannel(t.outputFormat, o)] = *word++;
+        }
+    }
+    return tables;
+}
+
+CmmByteTables* MakeShaper(const CmmTransform& t) noexcept {
+    constexpr uint32_t kDeviceToDevice = MATSHAPER_INPUT | MATSHAPER_OUTPUT;
+    if ((t.combinedShaper->flags & kDeviceToDevice) != kDeviceToDevice || FormatChannels(t.inputFormat) != 3 ||
+        FormatChannels(t.outputFormat) != 3) {
+        return nullptr;
+    }
+    CmmByteTables* tables = Alloc(t);
+    if (tables == nullptr) return nullptr;
+    tables->shaper = t.combinedShaper;
+    CmmByteShaper& shaper = tables->terms;
+    for (uint32_t c = 0; c < 3; ++c) {
+        shaper.bytes[c] = ByteOfChannel(t.inputFormat, c);
+        for (uint32_t v = 0; v < 256; ++v) {
+            int32_t terms[3];
+            MatShaperTerms(*t.combinedShaper, static_cast<int>(c), WordOf(v), terms);
+            for (uint32_t o = 0; o < 3; ++o) shaper.terms[c][v][ByteOfChannel(t.outputFormat, o)] = terms[o];
+        }
+    }
+    return tables;
+}
+
+bool AreMadeOf(const CmmByteTables* tables, const CmmTransform& t) noexcept {
+    return tables != nullptr && tables->unpack == t.unpack && tables->pack == t.pack;
+}
+
+/// Whether rows give what pixels one after another would: every pixel is read before anything is written over it.
+bool ReadsBeforeItWrites(const CmmTransform& t, const void* input, const void* output, uint32_t pixels) noexcept {
+    const uint64_t from = reinterpret_cast<uintptr_t>(input), to = reinterpret_cast<uintptr_t>(output);
+    const uint64_t in = FormatChannels(t.inputFormat), out = FormatChannels(t.outputFormat);
+    return to + pixels * out <= from || from + pixels * in <= to || (to <= from && out <= in);
+}
+
+}  // namespace
+
+CmmByteTables* CmmMakeByteTables(const CmmTransform& transform) noexcept {
+    if (!HasBytes(transform.inputFormat) || !HasBytes(transform.outputFormat)) return nullptr;
+    if (transform.run == CmmRunGrid && transform.gridLut != nullptr) return MakeGrid(transform);
+    if (transform.run == CmmRunShaper && transform.combinedShaper != nullptr) return MakeShaper(transform);
+    return nullptr;
+}
+
+void CmmFreeByteTables(CmmByteTables* tables) noexcept {
+    if (tables == nullptr) return;
+    for (float* block : tables->blocks) {
+        if (block != nullptr) HostFree(block, __LINE__, kSource);
+    }
+    HostFree(tables, __LINE__, kSource);
+}
+
+bool CmmRunGridByBytes(const CmmTransform& transform, const void* input, void* output, uint32_t pixels) noexcept {
+    const CmmByteTables* tables = transform.byteTables;
+    if (!AreMadeOf(tables, transform) || tables->lut == nullptr || tables->lut != transform.gridLut ||
+        !ReadsBeforeItWrites(transform, input, output, pixels)) {
+        return false;
+    }
+    CmmByteRows().grid(tables->grid, static_cast<const uint8_t*>(input), static_cast<uint8_t*>(output), pixels);
+    return true;
+}
+
+bool CmmRunShaperByBytes(const CmmTransform& transform, const void* input, void* output, uint32_t pixels) noexcept {
+    const CmmByteTables* tables = transform.byteTables;
+    if (!AreMadeOf(tables, transform) || tables->shaper == nullptr || tables->shaper != transform.combinedShaper ||
+        !ReadsBeforeItWrites(transform, input, output, pixels)) {
+        return false;
+    }
+    CmmByteRows().shaper(tables->terms, static_cast<const uint8_t*>(input), static_cast<uint8_t*>(output), pixels);
+    return true;
+}
+
+}  // namespace zv

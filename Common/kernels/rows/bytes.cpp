@@ -1,0 +1,76 @@
+// What only moves bytes or bits of bytes: the hub's other order, the complement, and four bits a channel.
+#include "Common/kernels/planes.h"
+
+namespace zv::inline ZV_ISA {
+
+namespace {
+
+#if ZV_ISA_LEVEL == 0 && ZV_X86
+void SwapRun(Bytes (&run)[3]) noexcept {
+    DealRun(run);
+    std::swap(run[0], run[2]);
+    WeaveRun(run);
+}
+#else
+/// The first and third byte of each pixel change places.
+template <size_t kChannels, size_t kVector>
+struct PlacesOfSwapped {
+    static constexpr size_t At(size_t i) noexcept {
+        const size_t byte = kVector * kReach + i, channel = byte % kChannels;
+        return byte - channel + (kChannels - 1 - channel);
+    }
+};
+void SwapRun(Bytes (&run)[3]) noexcept { ShuffleRun<PlacesOfSwapped>(run); }
+#endif
+
+template <bool kComplement>
+void SwapRow(const uint8_t* from, uint8_t* to, int32_t width, const void*) noexcept {
+    MapRuns<3, 3>(from, to, static_cast<size_t>(width), [](const Bytes(&in)[3], Bytes(&out)[3]) {
+        for (size_t i = 0; i < 3; ++i) out[i] = kComplement ? ~in[i] : in[i];
+        SwapRun(out);
+    });
+}
+
+/// In the hub's own order the channels need not be told apart.
+void ComplementRow(const uint8_t* from, uint8_t* to, int32_t width, const void*) noexcept {
+    MapRuns<1, 1>(from, to, 3 * static_cast<size_t>(width),
+                  [](const Bytes(&in)[1], Bytes(&out)[1]) { out[0] = ~in[0]; });
+}
+
+constexpr ClrRow kComplementRows[2] = {SwapRow<true>, ComplementRow};
+
+constexpr uint8_t kHighBits = 0xF0, kLowBits = 0x0F;
+
+template <bool kRgbFirst>
+void Rgb444FromHubRow(const uint8_t* from, uint8_t* to, int32_t width, const void*) noexcept {
+    MapRuns<3, 2>(from, to, static_cast<size_t>(width), [](const Bytes(&in)[3], Bytes(&out)[2]) {
+        Bytes hub[3] = {in[0], in[1], in[2]};
+        DealRun(hub);
+        const Bytes &r = hub[kRgbFirst ? 0 : 2], &g = hub[1], &b = hub[kRgbFirst ? 2 : 0];
+        out[0] = r >> 4;
+        out[1] = (g & kHighBits) | (b >> 4);
+        WeaveRun(out);
+    });
+}
+
+template <bool kRgbFirst>
+void Rgb444ToHubRow(const uint8_t* from, uint8_t* to, int32_t width, const void*) noexcept {
+    MapRuns<2, 3>(from, to, static_cast<size_t>(width), [](const Bytes(&in)[2], Bytes(&out)[3]) {
+        Bytes packed[2] = {in[0], in[1]};
+        DealRun(packed);
+        out[kRgbFirst ? 0 : 2] = (packed[0] & kLowBits) << 4;
+        out[1] = packed[1] & kHighBits;
+        out[kRgbFirst ? 2 : 0] = (packed[1] & kLowBits) << 4;
+        WeaveRun(out);
+    });
+}
+
+}  // namespace
+
+const ByteRowTable kByteRows = {
+    {{Rgb444FromHubRow<false>, Rgb444FromHubRow<true>}, {Rgb444ToHubRow<false>, Rgb444ToHubRow<true>}},
+    {{kComplementRows[0], kComplementRows[1]}, {kComplementRows[0], kComplementRows[1]}},
+    SwapRow<false>,
+};
+
+}  // namespace zv::inline ZV_ISA

@@ -1,0 +1,229 @@
+// Estimates in single precision stay within the margins that decide when a pixel is done again, for every input that
+// occurs; and the margins are not slack by orders of magnitude.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cmath>
+#include <memory>
+#include <vector>
+
+#include "Common/kernels/cie.h"
+#include "Common/kernels/lab_estimates.h"
+#include "Common/kernels/lab_records.h"
+#include "Common/kernels/linear_sums.h"
+#include "Common/kernels/luma_chroma.h"
+#include "Common/kernels/powers.h"
+
+namespace zv::test {
+
+namespace {
+
+// --- Sums -----------------------------------------------------------------------------------------------------------
+
+/// The greatest part of the margin that any three numbers of the range need, on either side.
+template <class Definition>
+double WorstPartOfMargin(const Definition& definition, int32_t least, int32_t most, size_t channel,
+                         const LinearSum& sum) {
+    const double margin = static_cast<double>(sum.window) / 2;
+    double worst = 0;
+    for (int32_t a = least; a <= most; ++a) {
+        for (int32_t b = least; b <= most; ++b) {
+            for (int32_t c = least; c <= most; c += kLanes) {
+                Floats third;
+                for (int32_t i = 0; i < kLanes; ++i) third[i] = static_cast<float>(c + i);
+                const Floats low = sum.Low(Splat(static_cast<float>(a)), Splat(static_cast<float>(b)), third);
+                const Floats high = low + sum.window;
+                for (int32_t i = 0; i < kLanes && c + i <= most; ++i) {
+                    const double truth = definition(a, b, c + i)[channel];
+                    worst = std::max(worst, 1 - (truth - static_cast<double>(low[i])) / margin);
+                    worst = std::max(worst, 1 - (static_cast<double>(high[i]) - truth) / margin);
+                }
+            }
+        }
+    }
+    return worst;
+}
+
+template <class Definition>
+void ExpectSumsWithinMargins(const Definition& definition, int32_t least, int32_t most, double range) {
+    const auto sums = LinearSumsOf(definition, range);
+    for (size_t channel = 0; channel < 3; ++channel) {
+        const double worst = WorstPartOfMargin(definition, least, most, channel, sums[channel]);
+        EXPECT_LT(worst, 1) << channel;
+        EXPECT_GT(worst, 0.02) << channel;
+    }
+}
+
+TEST(Estimates, SumsOfBytesStayWithinTheirMargins) {
+    ExpectSumsWithinMargins([](double a, double b, double c) { return Xyz::FromRgbSums(a, b, c); }, 0, 255, 255);
+    ExpectSumsWithinMargins([](double a, double b, double c) { return Xyz::ToRgbSums(a, b, c); }, 0, 255, 255);
+    ExpectSumsWithinMargins([](double a, double b, double c) { return Yuv::FromRgbSums(a, b, c); }, 0, 255, 255);
+    ExpectSumsWithinMargins([](double a, double b, double c) { return Yiq::FromRgbSums(a, b, c); }, 0, 255, 255);
+    ExpectSumsWithinMargins([](double a, double b, double c) { return Ycbcr::FromRgbSums(a, b, c); }, 0, 255, 255);
+}
+
+// --- Cube root ------------------------------------------------------------------------------------------------------
+
+TEST(Estimates, CubeRootStaysWithinItsBoundForEveryNumberOfThreeOctaves) {
+    // Other octaves differ by a power of two in every step but the first, and in that by a rounding: one more decade
+    // of them is tried in steps.
+    double worst = 0;
+    const auto look = [&](int32_t first, int32_t end, int32_t step) {
+        for (int32_t bits = first; bits < end; bits += kLanes * step) {
+            Floats t;
+            for (int32_t i = 0; i < kLanes; ++i) t[i] = std::bit_cast<float>(bits + i * step);
+            const Floats root = CubeRoot(t);
+            for (int32_t i = 0; i < kLanes; ++i) {
+                const double truth = std::cbrt(static_cast<double>(t[i]));
+                worst = std::max(worst, std::fabs(static_cast<double>(root[i]) / truth - 1));
+            }
+        }
+    };
+    const auto bitsOf = [](float value) { return std::bit_cast<int32_t>(value); };
+    look(bitsOf(0.008F), bitsOf(0.008F * 8), 1);
+    look(bitsOf(0.008F * 8), bitsOf(1.01F), 1);
+    look(bitsOf(0x1p-60F), bitsOf(0x1p60F), 4099);
+    EXPECT_LT(worst, kCubeRootError);
+    EXPECT_GT(worst, kCubeRootError / 3);
+}
+
+// --- Lab ------------------------------------------------------------------------------------------------------------
+
+TEST(Estimates, RootsOfEveryColourStayWithinTheirMargin) {
+    std::vector<double> linear(256);
+    for (size_t i = 0; i < 256; ++i) linear[i] = lab::Linear(static_cast<uint8_t>(i));
+    const auto part = [](double r, double g, double b, size_t k) {
+        return static_cast<float>(lab::XyzOfLinear(r, g, b)[k]);
+    };
+    double worst = 0;
+    for (size_t k = 0; k < 3; ++k) {
+        for (const double r : linear) {
+            for (const double g : linear) {
+                for (size_t b = 0; b < 256; b += kLanes) {
+                    Floats t;
+                    for (size_t i = 0; i < kLanes; ++i) {
+                        t[i] = (part(r, 0, 0, k) + part(0, g, 0, k)) + part(0, 0, linear[b + i], k);
+                    }
+                    Ints close = {};
+                    const Floats root = LabRoot(t, close);
+                    for (size_t i = 0; i < kLanes; ++i) {
+                        if (close[i] != 0) continue;
+                        const double truth = lab::XyzOfLinear(r, g, linear[b + i])[k];
+                        const double f = truth > lab::kLinearTo ? std::cbrt(truth) : truth * lab::kSlope + lab::kOffset;
+                        worst = std::max(worst, std::fabs(static_cast<double>(root[i]) - f));
+                    }
+                }
+            }
+        }
+    }
+    EXPECT_LT(worst, kRootError);
+    EXPECT_GT(worst, kRootError / 4);
+}
+
+/// The greatest part of its margin that any sum needs; weight c of the truth is that of `sums`, in double.
+struct WorstLight {
+    double part = 0;
+
+    void Look(const LabLightSums& sums, const Floats (&light)[3], const std::array<double, 3> (&truth)[kLanes]) {
+        const Floats all = (light[0] + light[1]) + light[2];
+        for (size_t c = 0; c < 3; ++c) {
+            const Floats v = WeightedLight(sums.weights[c], light[0], light[1], light[2]);
+            for (size_t i = 0; i < kLanes; ++i) {
+                const double margin = static_cast<double>(all[i]) * static_cast<double>(sums.relative[c]) +
+                                      static_cast<double>(sums.absolute[c]);
+                const double off = std::fabs(static_cast<double>(v[i]) - truth[i][c]);
+                if (margin > 0) part = std::max(part, off / margin);
+            }
+        }
+    }
+};
+
+TEST(Estimates, LightOfEveryLabColourStaysWithinItsMargin) {
+    const auto inverse = [](double t) {
+        return Clamp(t > lab::kInverseLinearTo ? t * t * t : (t - lab::kOffset) / lab::kSlope, 0.0, 1.0);
+    };
+    WorstLight worst;
+    for (int32_t l = 0; l <= 100; ++l) {
+        const double fy = (l + 16.0) / 116.0;
+        for (int32_t a = -128; a < 128; ++a) {
+            for (int32_t b = -128; b < 128; b += kLanes) {
+                Floats bs;
+                std::array<double, 3> truth[kLanes];
+                for (int32_t i = 0; i < kLanes; ++i) {
+                    bs[i] = static_cast<float>(b + i);
+                    truth[i] = lab::LinearOfXyz(inverse(a / 500.0 + fy), inverse(fy), inverse(fy - (b + i) / 200.0));
+                }
+                const Floats light = Splat(static_cast<float>(l + 16));
+                const Floats as = Splat(static_cast<float>(a));
+                worst.Look(kLightSums,
+                           {LightOfFraction<14500>(light * 125.0F + as * 29.0F), LightOfFraction<116>(light),
+                            LightOfFraction<5800>(light * 50.0F - bs * 29.0F)},
+                           truth);
+            }
+        }
+    }
+    // The rounded threshold may use another ninth.
+    EXPECT_LT(worst.part, 8.0 / 9.0);
+    EXPECT_GT(worst.part, 0.1);
+}
+
+TEST(Estimates, LightOfARecordsColoursStaysWithinItsMargin) {
+    const auto record = std::make_unique<ClrLabDecodeRecord>();
+    SetLabRecord(*record, kLabDecodeSetup, {32, 0, 0, 100, 128, 170, 96, 200});
+    ClrBuildLabDecode(record.get(), kLabGammaPercent);
+    ASSERT_TRUE(record->lanes.usable);
+    const auto scale = [](double value) { return static_cast<int32_t>(value); };
+    const auto exact = [](int32_t f) {
+        int32_t value = 0;
+        if (f > kLabCubeFrom) {
+            const int32_t t = (f + 128) >> 8;
+            value = ClrFixMul(ClrFixMul(t, t), t);
+        } else {
+            value = ClrFixMul((f - kLabLineFrom) >> 6, kLabLineSlope);
+        }
+        return Clamp(value, 0, 268435456);
+    };
+    WorstLight worst;
+    for (int32_t l = 0; l < 256; ++l) {
+        const int32_t fy = LabLightness(*record, static_cast<uint8_t>(l));
+        for (int32_t a = 0; a < 256; ++a) {
+            const int32_t fx = fy + (a - record->aOffset) * scale(record->aScale);
+            for (int32_t b = 0; b < 256; b += kLanes) {
+                Ints fz;
+                std::array<double, 3> truth[kLanes];
+                for (int32_t i = 0; i < kLanes; ++i) {
+                    fz[i] = fy - (b + i - record->bOffset) * scale(record->bScale);
+                    const int32_t xyz[3] = {exact(fx), exact(fy), exact(fz[i])};
+                    for (size_t c = 0; c < 3; ++c) {
+                        int32_t sum = 0;
+                        for (size_t k = 0; k < 3; ++k) sum += ClrFixMul(record->fixedMatrix[3 * c + k], xyz[k]);
+                        truth[i][c] = sum * 0x1p-28;
+                    }
+                }
+                worst.Look(record->lanes.sums, {LightOfRoot(SplatInt(fx)), LightOfRoot(SplatInt(fy)), LightOfRoot(fz)},
+                           truth);
+            }
+        }
+    }
+    EXPECT_LT(worst.part, 1);
+    EXPECT_GT(worst.part, 0.1);
+}
+
+TEST(Estimates, HalfTheWayBetweenThresholdsIsNowhereLessThanStated) {
+    const auto threshold = [](int32_t i) { return std::pow((i + 0.5) / 255.0, 1.0 / lab::kEncodingPower); };
+    double least = 1;
+    for (int32_t i = 0; i < 254; ++i) {
+        const double middle = (threshold(i + 1) + threshold(i)) / 2;
+        const double halfCell = std::exp2(std::floor(std::log2(middle))) / 256;
+        least = std::min(least, (threshold(i + 1) - threshold(i)) / 2 - halfCell);
+    }
+    EXPECT_GT(least, kLeastHalfway);
+    EXPECT_LT(least, kLeastHalfway * 1.1);
+    EXPECT_GT(threshold(0), 0x1p-21);
+}
+
+}  // namespace
+
+}  // namespace zv::test
