@@ -52,6 +52,13 @@ struct ClrReach {
     }
 };
 
+/// Whether two regions have no byte in common.
+inline bool AreApart(const void* a, RegionSize aSize, const void* b, RegionSize bSize) noexcept {
+    const auto first = reinterpret_cast<uintptr_t>(a), second = reinterpret_cast<uintptr_t>(b);
+    return first + static_cast<uintptr_t>(aSize.Bytes()) <= second ||
+           second + static_cast<uintptr_t>(bSize.Bytes()) <= first;
+}
+
 /// An empty region can always be read and written: nothing in it will be touched. Only what lies behind the `known`
 /// bytes is probed.
 inline bool CanRead(const void* address, RegionSize size, int64_t known = 0) noexcept {

@@ -39,6 +39,7 @@ struct CmmLut {
     CmmInterpParams inputParams;
     CmmInterpParams outputParams;
     CmmInterpParams clutParams;
+    uint32_t patches;  ///< how often nodes were exchanged: what was made of the grid before is no longer true
 };
 
 /// All zero, or null.

@@ -1,7 +1,10 @@
 #include "Common/Zvtrans/byte_tables.h"
 
+#include <cstring>
+
 #include "Common/Zvgamma/fixed_point.h"
 #include "Common/Zvlut/grid_step.h"
+#include "Common/region.h"
 #include "host/host.h"
 
 namespace zv {
@@ -10,7 +13,7 @@ namespace {
 
 /// Sixteen bytes each. Larger grids are rare, and their nodes would not stay in a cache.
 constexpr int64_t kMostNodes = 1 << 18;
-/// No block is large, whatever a profile claims. One holds whole slices.
+/// No block is large, whatever a profile claims. One holds two whole slices or more.
 constexpr size_t kBlockNodes = 1 << 14;
 constexpr size_t kMostBlocks = 32;
 
@@ -21,6 +24,7 @@ struct CmmByteTables {
     CmmUnpack unpack;
     CmmPack pack;
     const CmmLut* lut;
+    uint32_t patches;  ///< of the table when the nodes were taken
     const MatShaper* shaper;
     float* blocks[kMostBlocks];  ///< of nodes; null behind the last
     union {
@@ -41,9 +45,15 @@ constexpr uint16_t WordOf(uint32_t byte) noexcept { return static_cast<uint16_t>
 
 bool HasBytes(uint32_t format) noexcept { return FormatBytes(format) == 1; }
 
+bool IsReversed(uint32_t format) noexcept { return FormatReversed(format) && FormatChannels(format) == 3; }
+
 /// Of a channel in a pixel of that format.
 uint32_t ByteOfChannel(uint32_t format, uint32_t channel) noexcept {
-    return FormatReversed(format) && FormatChannels(format) == 3 ? 2 - channel : channel;
+    return IsReversed(format) ? 2 - channel : channel;
+}
+
+size_t NodesOfSlice(const CmmLut& lut) noexcept {
+    return static_cast<size_t>(CmmGridEntries(lut.gridPoints, lut.inputChannels - 1, 1));
 }
 
 CmmByteTables* Alloc(const CmmTransform& t) noexcept {
@@ -58,11 +68,12 @@ float* Aligned(float* block) noexcept {
     return reinterpret_cast<float*>((reinterpret_cast<uintptr_t>(block) + kAlignment - 1) / kAlignment * kAlignment);
 }
 
-/// Places for the slices of a grid; false without memory.
+/// Places for the slices of a grid, each followed by the next; false without memory. So the last slice of a block is
+/// the first of the next one too.
 bool AllocSlices(CmmByteTables& tables, uint32_t points, size_t sliceNodes, float* (&slices)[kMostPoints]) noexcept {
-    const size_t perBlock = sliceNodes < kBlockNodes ? kBlockNodes / sliceNodes : 1;
-    const size_t blockNumbers = perBlock * sliceNodes * kNodeNumbers;
-    for (size_t i = 0; i < points; ++i) {
+    const size_t perBlock = sliceNodes < kBlockNodes / 2 ? kBlockNodes / sliceNodes - 1 : 1;
+    const size_t blockNumbers = (perBlock + 1) * sliceNodes * kNodeNumbers;
+    for (size_t i = 0; i + 1 < points; ++i) {
         float*& block = tables.blocks[i / perBlock];
         if (block == nullptr) {
             const auto bytes = static_cast<int64_t>(blockNumbers * sizeof(float) + kAlignment);
@@ -97,6 +108,33 @@ uint32_t FillPosition(CmmByteAxis& axis, uint32_t byte, uint16_t domain, bool bl
     return low;
 }
 
+float NodeNumber(uint16_t word, uint32_t inputs) noexcept {
+    const auto number = [word](auto scale) { return static_cast<float>(word * scale.kWord + scale.kRounding); };
+    return inputs == 4 ? number(CmmNodeScale<4>{}) : number(CmmNodeScale<3>{});
+}
+
+/// Each node has its place in a slice, and behind the slice before.
+void FillNodes(const CmmTransform& t, float* const (&slices)[kMostPoints]) noexcept {
+    const CmmLut& lut = *t.gridLut;
+    const uint32_t inputs = lut.inputChannels, outputs = lut.outputChannels, points = lut.gridPoints;
+    const bool reversed = IsReversed(t.inputFormat);
+    const size_t sliceNodes = NodesOfSlice(lut), sliceNumbers = kNodeNumbers * sliceNodes;
+    uint32_t byteOf[kNodeNumbers];
+    for (uint32_t o = 0; o < outputs; ++o) byteOf[o] = ByteOfChannel(t.outputFormat, o);
+    float node[kNodeNumbers];
+    for (float& number : node) number = NodeNumber(0, inputs);
+    const uint16_t* word = lut.clut;
+    for (uint32_t first = 0; first < points; ++first) {
+        for (size_t i = 0; i < sliceNodes; ++i, word += outputs) {
+            for (uint32_t o = 0; o < outputs; ++o) node[byteOf[o]] = NodeNumber(word[o], inputs);
+            const size_t slice = reversed ? i % points : first;
+            const size_t at = reversed ? i / points * points + first : i;
+            if (slice + 1 < points) std::memcpy(slices[slice] + at * kNodeNumbers, node, sizeof node);
+            if (slice > 0) std::memcpy(slices[slice - 1] + sliceNumbers + at * kNodeNumbers, node, sizeof node);
+        }
+    }
+}
+
 CmmByteTables* MakeGrid(const CmmTransform& t) noexcept {
     const CmmLut& lut = *t.gridLut;
     const uint32_t inputs = lut.inputChannels, outputs = lut.outputChannels;
@@ -108,38 +146,31 @@ CmmByteTables* MakeGrid(const CmmTransform& t) noexcept {
     if (count < 0 || count > kMostNodes) return nullptr;
     CmmByteTables* tables = Alloc(t);
     if (tables == nullptr) return nullptr;
-    const size_t sliceNodes = static_cast<size_t>(count) / lut.gridPoints;
     float* slices[kMostPoints] = {};
-    if (!AllocSlices(*tables, lut.gridPoints, sliceNodes, slices)) {
+    if (!AllocSlices(*tables, lut.gridPoints, NodesOfSlice(lut), slices)) {
         CmmFreeByteTables(tables);
         return nullptr;
     }
     tables->lut = &lut;
+    tables->patches = lut.patches;
     CmmByteGrid& grid = tables->grid;
     grid.inputs = inputs;
     grid.outputs = outputs;
+    grid.reversed = IsReversed(t.inputFormat);
     uint32_t stride = kNodeNumbers;
-    for (uint32_t c = inputs; c-- > 0; stride *= lut.gridPoints) {
-        CmmByteAxis& axis = grid.axes[c];
-        axis.byte = ByteOfChannel(t.inputFormat, c);
+    for (uint32_t i = inputs; i-- > 0; stride *= lut.gridPoints) {
+        CmmByteAxis& axis = grid.axes[i];
         axis.stride = stride;
         for (uint32_t v = 0; v < 256; ++v) {
-            const uint32_t low = FillPosition(axis, v, lut.clutParams.domain, inputs == 4 && c == 0);
-            if (c > 0) {
+            const uint32_t low = FillPosition(axis, v, lut.clutParams.domain, inputs == 4 && i == 0);
+            if (i > 0) {
                 axis.offsets[v] = low * stride;
             } else {
-                grid.slices[v][0] = slices[low];
-                grid.slices[v][1] = slices[low + 1];
+                grid.slices[v] = slices[low];
             }
         }
     }
-    const uint16_t* word = lut.clut;
-    for (uint32_t slice = 0; slice < lut.gridPoints; ++slice) {
-        float* number = slices[slice];
-        for (size_t i = 0; i < sliceNodes; ++i, number += kNodeNumbers) {
-            for (uint32_t o = 0; o < outputs; ++o) number[ByteOfChannel(t.outputFormat, o)] = *word++;
-        }
-    }
+    FillNodes(t, slices);
     return tables;
 }
 
@@ -170,9 +201,8 @@ bool AreMadeOf(const CmmByteTables* tables, const CmmTransform& t) noexcept {
 
 /// Whether rows give what pixels one after another would: every pixel is read before anything is written over it.
 bool ReadsBeforeItWrites(const CmmTransform& t, const void* input, const void* output, uint32_t pixels) noexcept {
-    const uint64_t from = reinterpret_cast<uintptr_t>(input), to = reinterpret_cast<uintptr_t>(output);
-    const uint64_t in = FormatChannels(t.inputFormat), out = FormatChannels(t.outputFormat);
-    return to + pixels * out <= from || from + pixels * in <= to || (to <= from && out <= in);
+    const int64_t in = FormatChannels(t.inputFormat), out = FormatChannels(t.outputFormat);
+    return AreApart(input, pixels * in, output, pixels * out) || (output <= input && out <= in);
 }
 
 }  // namespace
@@ -195,7 +225,7 @@ void CmmFreeByteTables(CmmByteTables* tables) noexcept {
 bool CmmRunGridByBytes(const CmmTransform& transform, const void* input, void* output, uint32_t pixels) noexcept {
     const CmmByteTables* tables = transform.byteTables;
     if (!AreMadeOf(tables, transform) || tables->lut == nullptr || tables->lut != transform.gridLut ||
-        !ReadsBeforeItWrites(transform, input, output, pixels)) {
+        tables->patches != transform.gridLut->patches || !ReadsBeforeItWrites(transform, input, output, pixels)) {
         return false;
     }
     CmmByteRows().grid(tables->grid, static_cast<const uint8_t*>(input), static_cast<uint8_t*>(output), pixels);

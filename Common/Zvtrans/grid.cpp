@@ -32,13 +32,14 @@ constexpr CmmSpaceEndpoints kEndpoints[] = {
 constexpr uint16_t kNoWhite[4] = {};
 
 /// Sends the nodes of the two innermost axes through the transform at a time: they lie side by side in the grid, and
-/// every run probes the transform.
+/// every run probes the transform. The counts say one pixel, as if each node were sent alone.
 void SampleNodes(CmmTransform* transform, CmmLut& grid) noexcept {
     const uint32_t channels = grid.inputChannels, points = grid.gridPoints;
     uint16_t axis[kMostGridPoints];
     for (uint32_t i = 0; i < points; ++i) axis[i] = NodeWord(i, channels);
 
     const auto entries = static_cast<size_t>(CmmGridEntries(grid.gridPoints, grid.inputChannels, grid.outputChannels));
+    transform->inputCount = transform->outputCount = 1;
     const uint32_t planeNodes = points * points;
     const size_t planeEntries = size_t{planeNodes} * grid.outputChannels;
     uint16_t plane[kMostGridPoints * kMostGridPoints * 4];
@@ -50,7 +51,7 @@ void SampleNodes(CmmTransform* transform, CmmLut& grid) noexcept {
             node[channels - 1] = i % points;
             for (uint32_t c = 0; c < channels; ++c) *word++ = axis[node[c]];
         }
-        CmmRunTransform(plane, grid.clut + at, planeNodes, transform);
+        transform->run(transform, plane, grid.clut + at, planeNodes);
         for (uint32_t c = channels - 2; c-- > 0;) {
             if (++node[c] < points) break;
             node[c] = 0;
@@ -101,6 +102,7 @@ void CmmPatchGridNode(CmmLut* lut, const uint16_t* inputWords, const uint16_t* o
     // A reversed format takes any profile, whose space may have other channels than the grid.
     const auto entries = static_cast<size_t>(CmmGridEntries(lut->gridPoints, lut->inputChannels, lut->outputChannels));
     for (uint32_t o = 0; o < outputChannels && offset + o < entries; ++o) lut->clut[offset + o] = outputWords[o];
+    ++lut->patches;
 }
 
 void CmmPatchGridEndpoints(CmmTransform* transform) noexcept {

@@ -11,6 +11,8 @@ namespace zv {
 
 namespace {
 
+static_assert(kLabGammaPercent / 100.0 == lab::kEncodingPower);
+
 /// Of each cell the threshold that lies nearest to its middle.
 void FillByteCells(LabByteCells& cells) noexcept {
     float thresholds[255];

@@ -28,8 +28,13 @@ ClrIsa ClrHighestIsa() noexcept {
 }
 
 ClrIsa ClrCurrentIsa() noexcept {
-    const int32_t level = current.load(std::memory_order_relaxed);
-    return level != kUnknown ? static_cast<ClrIsa>(level) : ClrUseIsa(ClrHighestIsa());
+    int32_t level = current.load(std::memory_order_relaxed);
+    if (level == kUnknown) {
+        const ClrIsa highest = ClrHighestIsa();
+        // A level that another thread asks for meanwhile stays.
+        if (current.compare_exchange_strong(level, highest, std::memory_order_relaxed)) level = highest;
+    }
+    return static_cast<ClrIsa>(level);
 }
 
 ClrIsa ClrUseIsa(ClrIsa level) noexcept {

@@ -33,6 +33,11 @@ inline Floats LabRoot(Floats t, Ints& close) noexcept {
     return off > 0.0F ? CubeRoot(t) : line;
 }
 
+/// A record's byte of fy, fx - fy or fy - fz before it is cut, less the margin.
+inline Floats LeastOfRecord(const ClrLabEncodeRecord::ByteScales& bytes, size_t channel, Ints number) noexcept {
+    return ToFloat(number) * bytes.scale[channel] + bytes.constant[channel];
+}
+
 // --- Lab to hub -----------------------------------------------------------------------------------------------------
 
 /// In units of 2^-24, X, Y and Z are off by 4 of themselves: two products of integers, a factor and the product with

@@ -38,7 +38,8 @@ int32_t SingleRound16(float v) noexcept {
 float Single(int32_t value) noexcept { return static_cast<float>(value); }
 
 constexpr double kUnit = 1.0 / (1 << 24);
-constexpr int64_t kRange = int64_t{1} << 29;  // whose cube has 31 bits, when 28 of them are a fraction
+/// With 28 bits of fraction: rounded to 20 of them, the cube of all below has 31 bits and not more.
+constexpr int64_t kRange = (int64_t{1} << 29) - 128;
 
 bool IsWithin(int64_t value, int64_t range) noexcept { return value > -range && value < range; }
 
@@ -62,7 +63,8 @@ bool SetLightSums(LabLightSums& sums, const int32_t (&matrix)[9]) noexcept {
         const double absolute = 1.01 * (all * (0x1p-25 + 0x1p-29) + 4 * 0x1p-29);
         sums.relative[c] = static_cast<float>(relative);
         sums.absolute[c] = static_cast<float>(absolute);
-        if (3 * relative + absolute > kLeastHalfway) return false;
+        // From 8 on, the definition's sums of three products may wrap.
+        if (all >= 8 || 3 * relative + absolute > kLeastHalfway) return false;
     }
     return true;
 }
@@ -109,28 +111,41 @@ bool SetLanes(ClrLabDecodeRecord& record) noexcept {
 ///
 /// With u = 2^-24 and M the greatest magnitude, scale, product, constant, sum and the last sum are off by u M each. The
 /// definition rounds half a unit of 2^-16 away.
-bool SetChannel(ClrLabEncodeRecord::Lanes& lanes, size_t channel, int32_t scale, double constant) noexcept {
+bool SetChannel(ClrLabEncodeRecord::ByteScales& bytes, size_t channel, int32_t scale, double constant) noexcept {
     const double magnitude = std::fabs(scale / 65536.0) + std::fabs(constant) + 2;
     if (magnitude > 16384) return false;
     const double margin = 0x1p-17 + 5.01 * kUnit * magnitude;
-    lanes.scale[channel] = static_cast<float>(scale * 0x1p-32);
-    lanes.constant[channel] = static_cast<float>(constant + 0.5 - margin);
-    lanes.window[channel] = static_cast<float>(2 * margin);
+    bytes.scale[channel] = static_cast<float>(scale * 0x1p-32);
+    bytes.constant[channel] = static_cast<float>(constant + 0.5 - margin);
+    bytes.window[channel] = static_cast<float>(2 * margin);
     return true;
 }
 
 bool SetLanes(ClrLabEncodeRecord& record) noexcept {
     ClrLabEncodeRecord::Lanes& lanes = record.lanes;
-    for (size_t i = 0; i < 256; ++i) {
-        for (size_t k = 0; k < 9; ++k) lanes.xyz[k % 3][i][k / 3] = static_cast<uint32_t>(record.rgbToXyz[k][i]);
-        for (size_t c = 0; c < 3; ++c) lanes.xyz[c][i][3] = 0;
+    for (size_t k = 0; k < 3; ++k) {
+        int64_t white = 0;
+        for (size_t c = 0; c < 3; ++c) {
+            int32_t most = 0;
+            for (size_t i = 0; i < 256; ++i) {
+                const int32_t entry = record.rgbToXyz[3 * k + c][i];
+                if (entry < 0) return false;
+                if (entry > most) most = entry;
+                if (k == 0) lanes.xyz[c][i] = 0;
+                lanes.xyz[c][i] += static_cast<uint64_t>(entry) << (k * kLabSumBits);
+            }
+            white += most;
+        }
+        if (white >= kLabRoots * 16) return false;
     }
-    for (size_t i = 0; i < 4096; ++i) {
-        const uint32_t low = record.cubeRoot[i], high = record.cubeRoot[i < 4095 ? i + 1 : i];
-        lanes.rootPairs[i] = (high << 16 | low) ^ 0x80008000U;
+    for (size_t i = 0; i < kLabRoots; ++i) {
+        const int32_t root = i < 4096 ? record.cubeRoot[i] : 65536;
+        const int32_t step = i < 4095 ? record.cubeRoot[i + 1] - root : 0;
+        lanes.roots[i] = static_cast<uint32_t>((root - kLabRootMiddle) * 65536 + step);
     }
-    return SetChannel(lanes, 0, record.lScale, record.lBias / 65536.0) &&
-           SetChannel(lanes, 1, record.aScale, record.aOffset) && SetChannel(lanes, 2, record.bScale, record.bOffset);
+    return SetChannel(lanes.bytes, 0, record.lScale, record.lBias / 65536.0) &&
+           SetChannel(lanes.bytes, 1, record.aScale, record.aOffset) &&
+           SetChannel(lanes.bytes, 2, record.bScale, record.bOffset);
 }
 
 }  // namespace

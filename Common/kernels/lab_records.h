@@ -32,6 +32,12 @@ struct ClrLabDecodeRecord {
     } lanes;
 };
 
+inline constexpr int32_t kLabSumBits = 21;
+/// Sums of white lie a little above 1.
+inline constexpr int32_t kLabRoots = 4096 + 64;
+/// Roots from 9039 to 65536 fit 16 bits with a sign around it.
+inline constexpr int32_t kLabRootMiddle = 40000;
+
 /// Hub to Lab.
 struct ClrLabEncodeRecord {
     int32_t rgbToXyz[9][256];  ///< 16.16: R, G, B to X, then to Y, then to Z
@@ -43,16 +49,22 @@ struct ClrLabEncodeRecord {
     double matrix[9];  ///< linear RGB to XYZ, row by row
     int32_t lOffset, lRange, aOffset, aRange, bOffset, bRange;
 
+    /// To bytes from fy, fx - fy, fy - fz.
+    struct ByteScales {
+        float scale[3], constant[3];  ///< less the margin
+        float window[3];              ///< twice the margin
+    };
+
     /// For rows of many pixels at a time.
     struct Lanes {
         bool usable;
-        float scale[3], constant[3];  ///< bytes of fy, fx - fy, fy - fz; less the margin
-        float window[3];              ///< twice the margin
-        uint32_t xyz[3][256][4];      ///< what a byte of R, G or B adds to X, Y, Z
-        uint32_t rootPairs[4096];     ///< cubeRoot[i] - 32768 in the low half, the next entry's in the high half
+        ByteScales bytes;
+        uint64_t xyz[3][256];  ///< what a byte of R, G or B adds to X, Y, Z: kLabSumBits for each
+        /// By all but the lowest four bits of a sum: its step to the next entry in the low half, cubeRoot less
+        /// kLabRootMiddle in the high half.
+        uint32_t roots[kLabRoots];
     } lanes;
 };
-static_assert(offsetof(ClrLabEncodeRecord, lanes.xyz) % 16 == 0, "entries should not lie across cache lines");
 
 /// What the records start with.
 struct LabSetup {

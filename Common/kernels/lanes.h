@@ -162,20 +162,20 @@ inline void StoreWordBytes(uint8_t* to, Words lanes) noexcept {
 inline bool AnyIsSet(Words lanes) noexcept { return LanesThatAreSet(reinterpret_cast<Ints>(lanes)) != 0; }
 
 /// The upper 16 bits of each product.
-inline Words MulHigh(Words a, int16_t b) noexcept {
-    const Words factor = Words{} + b;
+inline Words MulHigh(Words a, Words b) noexcept {
 #if ZV_ISA_LEVEL == 2
-    return reinterpret_cast<Words>(_mm512_mulhi_epi16(reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(factor)));
+    return reinterpret_cast<Words>(_mm512_mulhi_epi16(reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b)));
 #elif ZV_ISA_LEVEL == 1
-    return reinterpret_cast<Words>(_mm256_mulhi_epi16(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(factor)));
+    return reinterpret_cast<Words>(_mm256_mulhi_epi16(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
 #elif ZV_X86
-    return reinterpret_cast<Words>(_mm_mulhi_epi16(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(factor)));
+    return reinterpret_cast<Words>(_mm_mulhi_epi16(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
 #else
     Words high;
-    for (int32_t i = 0; i < kWords; ++i) high[i] = static_cast<int16_t>(a[i] * factor[i] >> 16);
+    for (int32_t i = 0; i < kWords; ++i) high[i] = static_cast<int16_t>(a[i] * b[i] >> 16);
     return high;
 #endif
 }
+inline Words MulHigh(Words a, int16_t b) noexcept { return MulHigh(a, Words{} + b); }
 
 /// Lane by lane `yes` where the mask is -1 and `no` where it is 0.
 inline Ints Select(Ints mask, Ints yes, Ints no) noexcept { return (mask & yes) | (~mask & no); }

@@ -219,6 +219,9 @@ void LoadRun(const uint8_t* pixels, Bytes (&run)[kChannels]) noexcept {
 #if ZV_ISA_LEVEL == 1
         run[c] = reinterpret_cast<Bytes>(_mm256_inserti128_si256(_mm256_castsi128_si256(LoadLanes<__m128i>(from)),
                                                                  LoadLanes<__m128i>(from + kReach * kChannels), 1));
+#elif ZV_ISA_LEVEL == 0 && ZV_X86
+        // As a whole: GCC 12 may split what was copied and is shifted as a whole.
+        run[c] = reinterpret_cast<Bytes>(_mm_loadu_si128(reinterpret_cast<const __m128i*>(from)));
 #else
         run[c] = LoadLanes<Bytes>(from);
 #endif

@@ -59,6 +59,20 @@ public:
                     kSource) {}
 };
 
+/// The image as it is, or read from a copy in `buffer` where its two sides overlap: a whole image is read before
+/// anything is written.
+KernelImage ReadFirst(const KernelImage& image, int32_t sourceBytes, int32_t destinationBytes,
+                      const PackedBuffer& buffer) noexcept {
+    if (AreApart(image.source, image.Region(sourceBytes, image.sourceExtra), image.destination,
+                 image.Region(destinationBytes, image.destinationExtra))) {
+        return image;
+    }
+    const size_t rowBytes = static_cast<size_t>(image.width) * static_cast<size_t>(sourceBytes);
+    KernelImage(image.source, buffer.Data(), image.width, image.height, image.sourceExtra, 0)
+        .EachRow(sourceBytes, sourceBytes, [&](const uint8_t* from, uint8_t* to) { HostCopy(to, from, rowBytes); });
+    return {buffer.Data(), image.destination, image.width, image.height, 0, image.destinationExtra};
+}
+
 int32_t RunIccTransform(const ClrHandle* converter, const uint8_t* input, uint8_t* output, int32_t width,
                         int32_t height) noexcept {
     if (converter->iccTransform == nullptr) return ERR_INVALID_PARAMETER;
@@ -111,7 +125,7 @@ int32_t ClrYcckFromHub(const ClrHandle* converter, const uint8_t* source, uint8_
     const uint32_t method = converter == nullptr ? uint32_t{CLRMETHOD_BUILTIN} : converter->activeMethod;
     if (method != CLRMETHOD_BUILTIN && method != CLRMETHOD_ICC) return CLR_SUCCESS;
 
-    // The built-in way asks for it too and leaves it untouched: an image too large for memory has one result on both
+    // The built-in way seldom needs it and always asks for it: an image too large for memory has one result on both
     // ways.
     const PackedBuffer cmyk(width, height, 4);
     if (!cmyk) return ERR_NO_MEMORY;
@@ -119,9 +133,9 @@ int32_t ClrYcckFromHub(const ClrHandle* converter, const uint8_t* source, uint8_
     const ClrYcckTables* tables = converter == nullptr ? &ClrGlobalYcckTables : converter->ycckTables;
     if (method == CLRMETHOD_BUILTIN) {
         if (tables == nullptr) return CLR_SUCCESS;
+        const KernelImage image(source, destination, width, height, sourceRowExtra, destinationRowExtra);
         RunYcckRows<kHubBytes, 4>(
-            KernelImage(source, destination, width, height, sourceRowExtra, destinationRowExtra),
-            EncodesAsUsual(*tables), PrintRows().hubToYcck,
+            ReadFirst(image, kHubBytes, 4, cmyk), EncodesAsUsual(*tables), PrintRows().hubToYcck,
             [&](const Pixel<3>& pixel) { return Ycck::FromCmyk(*tables, Ycck::CmykFromHub(pixel)); }, StorePixel<4>);
         return CLR_SUCCESS;
     }
@@ -145,7 +159,8 @@ int32_t ClrYcckToHub(const ClrHandle* converter, const uint8_t* source, uint8_t*
     if (tables == nullptr) return ERR_INVALID_PARAMETER;
 
     if (converter == nullptr || converter->activeMethod == CLRMETHOD_BUILTIN) {
-        const KernelImage image(source, destination, width, height, sourceRowExtra, destinationRowExtra);
+        const KernelImage image =
+            ReadFirst({source, destination, width, height, sourceRowExtra, destinationRowExtra}, 4, kHubBytes, cmyk);
         WithHubOrder(rgbFirst, [&](auto first) {
             RunYcckRows<4, kHubBytes>(
                 image, DecodesAsUsual(*tables), PrintRows().ycckToHub[first.value ? 1 : 0],

@@ -46,10 +46,10 @@ Ints Joined(const Quad* quads) noexcept {
 #endif
 
 /// sums[k] of kLanes pixels: tables[0][a][k] + tables[1][b][k] + tables[2][c][k] for k from 0 to 2. One load fetches
-/// all that a byte adds.
+/// all that a byte adds. A call of its own would cost as much again: no vector outlives it.
 template <class Number>
-void SumQuads(const Number (&tables)[3][256][4], const uint8_t* a, const uint8_t* b, const uint8_t* c,
-              Ints (&sums)[3]) noexcept {
+[[gnu::always_inline]] inline void SumQuads(const Number (&tables)[3][256][4], const uint8_t* a, const uint8_t* b,
+                                            const uint8_t* c, Ints (&sums)[3]) noexcept {
     typedef Number Quad __attribute__((vector_size(16)));
     Quad quads[kLanes];
     for (int32_t i = 0; i < kLanes; ++i) {

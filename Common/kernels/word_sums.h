@@ -3,16 +3,17 @@
 // The weights come from the definition itself, which is taken apart at compile time. A coarse sum finds the integer or
 // the one above it. A fine sum, in so many units to 1 that every weight is a whole number of them or nearly so, tells
 // which: it is right in its low 16 bits, and what it leaves beside the integer needs no more. Only where it leaves
-// nothing does the definition itself decide, whose own roundings are far below a unit.
+// nothing, or less than its own error, does the definition itself decide, whose own roundings are far below a unit.
 #pragma once
 
 #include <array>
 #include <cstdint>
 
-#include "Common/kernels/linear_sums.h"
 #include "Common/kernels/planes.h"
 
 namespace zv::inline ZV_ISA {
+
+constexpr double Magnitude(double value) noexcept { return value < 0 ? -value : value; }
 
 struct WordSum {
     struct Found {
@@ -20,14 +21,16 @@ struct WordSum {
         Words close;  ///< -1 where the definition must decide
     };
 
-    int32_t coarseBits;  ///< of the coarse sum's fraction; 0 for what was not proved
+    int32_t coarseBits;  ///< of the coarse sum's fraction
     std::array<int16_t, 3> coarse;
     int16_t coarseConstant;
     std::array<uint16_t, 3> fine;
     uint16_t fineConstant;
-    uint16_t units;
-    int16_t
-        nothing;  ///< what the fine sum leaves of an integer: so far above the lowest number that less does not wrap
+    uint16_t units;  ///< 0 for what was not proved
+    /// What the fine sum leaves of an integer: so far above the lowest number that less does not wrap.
+    int16_t nothing;
+    int16_t window;  ///< units on either side of it that tell nothing either
+    bool addsFirst;  ///< the first number's weight is 1: it is added at the end
 
     /// Of numbers, and of the same shifted up as far as they go.
     Found operator()(const std::array<Words, 3>& numbers, const std::array<Words, 3>& shifted) const noexcept {
@@ -38,8 +41,24 @@ struct WordSum {
             if (fine[i] != 0) rest += reinterpret_cast<UnsignedWords>(numbers[i]) * fine[i];
         }
         const Words whole = sum >> coarseBits;
-        const auto left = reinterpret_cast<Words>(rest - reinterpret_cast<UnsignedWords>(whole) * units);
-        return {whole + (left < nothing), left == nothing};
+        const UnsignedWords left = rest - reinterpret_cast<UnsignedWords>(whole) * units;
+        const Words found = whole + (reinterpret_cast<Words>(left) < nothing);
+        return {addsFirst ? found + numbers[0] : found, IsClose(left)};
+    }
+
+    Words IsClose(UnsignedWords left) const noexcept {
+        if (window == 0) return reinterpret_cast<Words>(left) == nothing;
+        const auto toLowest = static_cast<uint16_t>(INT16_MIN - (nothing - window));
+        return reinterpret_cast<Words>(left + toLowest) <= static_cast<int16_t>(INT16_MIN + 2 * window);
+    }
+
+    /// Whether any number counts whose product may be rounded.
+    Words AnyWeighted(const std::array<Words, 3>& numbers) const noexcept {
+        Words any = {};
+        for (size_t i = 0; i < 3; ++i) {
+            if (fine[i] != 0) any |= numbers[i];
+        }
+        return any != 0;
     }
 };
 
@@ -53,46 +72,57 @@ constexpr int32_t ShiftOf(int32_t most) noexcept {
 /// The sum `definition(a, b, c)[channel]` of numbers of a magnitude up to `most`, whose constant and weights are what
 /// it gives for zeros and ones.
 ///
-/// Coarse: each of three products is cut, which takes less than a unit of its fraction; a weight is off by half of
-/// 2^-16 of the shifted number. The constant makes up for both, for its own half unit and for one unit of the fine sum,
-/// so that the sum is never too low; what it may be too high by counts below 0 in the fine sum. Fine: `off` is what
-/// rounding weights and constant to units can move the sum by. Being less than a unit, it cannot pass a sum that leaves
-/// a unit over an integer, or lacks one.
+/// Coarse: each product is cut, which takes less than a unit of its fraction; a weight is off by half of 2^-16 of the
+/// shifted number. The constant makes up for both, for its own half unit and for the window of the fine sum, so that
+/// the sum is never too low; what it may be too high by counts below 0 in the fine sum. Fine: `off` is what rounding
+/// weights and constant to units can move the sum by. It cannot pass a sum that leaves more than as many units beside
+/// an integer. A weight that the definition's own roundings keep from 0 or 1 is taken for it; `off` counts the rest.
 template <class Definition>
 constexpr WordSum WordSumOf(const Definition& definition, size_t channel, int32_t most, int32_t units) noexcept {
     const double constant = definition(0, 0, 0)[channel];
-    const double weights[3] = {definition(1, 0, 0)[channel] - constant, definition(0, 1, 0)[channel] - constant,
-                               definition(0, 0, 1)[channel] - constant};
-    double greatest = 0, magnitude = Magnitude(constant);
-    for (const double weight : weights) {
+    double weights[3] = {definition(1, 0, 0)[channel] - constant, definition(0, 1, 0)[channel] - constant,
+                         definition(0, 0, 1)[channel] - constant};
+    WordSum sum{};
+    constexpr double kRounded = 1e-12;
+    sum.addsFirst = Magnitude(weights[0] - 1) < kRounded;
+    if (sum.addsFirst) weights[0] = 0;
+    double greatest = 0, magnitude = Magnitude(constant), off = 3 * kRounded * most * units;
+    int32_t products = 0;
+    for (double& weight : weights) {
+        if (Magnitude(weight) < kRounded) {
+            weight = 0;
+            continue;
+        }
+        ++products;
         greatest = greatest < Magnitude(weight) ? Magnitude(weight) : greatest;
         magnitude += Magnitude(weight) * most;
     }
     const auto nearest = [](double value) { return static_cast<int32_t>(value < 0 ? value - 0.5 : value + 0.5); };
 
-    WordSum sum{};
+    off += Magnitude(constant * units - nearest(constant * units));
+    for (const double weight : weights) off += most * Magnitude(weight * units - nearest(weight * units));
+    sum.window = static_cast<int16_t>(off + 0.001);
+
     const int32_t shift = ShiftOf(most);
     while (greatest * (2 << (16 - shift + sum.coarseBits)) < INT16_MAX &&
            (magnitude + 1) * (2 << sum.coarseBits) < INT16_MAX) {
         ++sum.coarseBits;
     }
     const double fraction = 1 << sum.coarseBits;
-    const double cut = 3, rounded = 3 * 0.5 * (most << shift) / (1 << 16);
-    const double tooLow = cut + rounded + 0.5 + fraction / units;
+    const double cut = products, rounded = products * 0.5 * (most << shift) / (1 << 16);
+    const double tooLow = cut + rounded + 0.5 + (sum.window + 1) * fraction / units;
     const double tooHigh = (tooLow + rounded + 0.5) / fraction;
     sum.coarseConstant = static_cast<int16_t>(nearest(constant * fraction + tooLow));
 
-    const int32_t unitsBelow = static_cast<int32_t>(tooHigh * units) + 2;
+    const int32_t unitsBelow = static_cast<int32_t>(tooHigh * units) + sum.window + 2;
     sum.nothing = static_cast<int16_t>(INT16_MIN + unitsBelow);
-    double off = Magnitude(constant * units - nearest(constant * units));
     for (size_t i = 0; i < 3; ++i) {
         sum.coarse[i] = static_cast<int16_t>(nearest(weights[i] * (1 << (16 - shift + sum.coarseBits))));
         sum.fine[i] = static_cast<uint16_t>(nearest(weights[i] * units));
-        off += most * Magnitude(weights[i] * units - nearest(weights[i] * units));
     }
     sum.fineConstant = static_cast<uint16_t>(nearest(constant * units) + sum.nothing);
     sum.units = static_cast<uint16_t>(units);
-    return off < 0.999 && units + unitsBelow < 65536 ? sum : WordSum{};
+    return tooHigh < 1 && sum.window < 32 && units + unitsBelow + sum.window < 65536 ? sum : WordSum{};
 }
 
 /// `units` serves each of the three sums.
@@ -108,5 +138,92 @@ constexpr bool AreProved(const std::array<WordSum, 3>& sums) noexcept {
     }
     return true;
 }
+
+// What is done again goes back into vectors by registers: a vector loaded over several fresh stores would wait for all
+// that was stored before.
+
+inline constexpr auto kLaneNumbers = [] {
+    std::array<uint8_t, kShuffled> numbers{};
+    for (size_t i = 0; i < kShuffled; ++i) numbers[i] = static_cast<uint8_t>(i);
+    return numbers;
+}();
+
+/// Does the pixels of a run again that are marked, by again(pixel). Neighbours are often the same.
+template <class Again>
+void DoAgain(uint64_t marked, const Bytes (&in)[3], Bytes (&out)[3], const Again& again) noexcept {
+    uint8_t from[3][kShuffled];
+    for (size_t c = 0; c < 3; ++c) StoreLanes(from[c], in[c]);
+    const auto numbers = LoadLanes<Bytes>(kLaneNumbers.data());
+    Pixel<3> last, done;
+    bool isFirst = true;
+    for (; marked != 0; marked &= marked - 1) {
+        const auto i = static_cast<size_t>(__builtin_ctzll(marked));
+        const Pixel<3> pixel = {from[0][i], from[1][i], from[2][i]};
+        if (isFirst || pixel != last) {
+            isFirst = false;
+            last = pixel;
+            done = again(pixel);
+        }
+        const auto here = reinterpret_cast<Bytes>(numbers == static_cast<uint8_t>(i));
+        for (size_t c = 0; c < 3; ++c) out[c] = (here & done[c]) | (~here & out[c]);
+    }
+}
+
+/// A run through the three sums of a codec, clamped to bytes: Codec::kSums of the numbers that a pixel's bytes stand
+/// for, of a magnitude up to kMost; exact where kIsExact, else with Codec::Again(pixel), the definition.
+template <class Codec>
+void SumRun(const Bytes (&in)[3], const std::array<WordPair, 3>& numbers, Bytes (&out)[3]) noexcept {
+    static constexpr int32_t kShift = ShiftOf(Codec::kMost);
+    const auto half = [](const std::array<Words, 3>& side, Words(&whole)[3]) {
+        const std::array<Words, 3> shifted = {side[0] << kShift, side[1] << kShift, side[2] << kShift};
+        Words close = {};
+        const auto channel = [&]<size_t kChannel>() {
+            static constexpr WordSum kSum = Codec::kSums[kChannel];
+            const WordSum::Found found = kSum(side, shifted);
+            whole[kChannel] = found.whole;
+            // Where every weighted number is 0 the definition rounds nothing.
+            if constexpr (!Codec::kIsExact) close |= found.close & kSum.AnyWeighted(side);
+        };
+        channel.template operator()<0>();
+        channel.template operator()<1>();
+        channel.template operator()<2>();
+        return close;
+    };
+    Words low[3], high[3];
+    const Words closeLow = half({numbers[0].low, numbers[1].low, numbers[2].low}, low);
+    const Words closeHigh = half({numbers[0].high, numbers[1].high, numbers[2].high}, high);
+    for (size_t c = 0; c < 3; ++c) out[c] = BytesOf(low[c], high[c]);
+    if constexpr (!Codec::kIsExact) {
+        if (!AnyIsSet(closeLow | closeHigh)) return;
+        DoAgain(UpperBits(BytesOf(closeLow & 255, closeHigh & 255)), in, out, Codec::Again);
+    }
+}
+
+/// Rows of a codec with Encode and Decode(const Bytes (&in)[3], Bytes (&out)[3]), where red comes first.
+template <class Codec, bool kRgbFirst>
+void FromHubByRuns(const uint8_t* from, uint8_t* to, int32_t width, const void*) noexcept {
+    MapRuns<3, 3>(from, to, static_cast<size_t>(width), [](const Bytes(&in)[3], Bytes(&out)[3]) {
+        Bytes hub[3] = {in[0], in[1], in[2]};
+        DealRun(hub);
+        if (!kRgbFirst) std::swap(hub[0], hub[2]);
+        Codec::Encode(hub, out);
+        WeaveRun(out);
+    });
+}
+
+template <class Codec, bool kRgbFirst>
+void ToHubByRuns(const uint8_t* from, uint8_t* to, int32_t width, const void*) noexcept {
+    MapRuns<3, 3>(from, to, static_cast<size_t>(width), [](const Bytes(&in)[3], Bytes(&out)[3]) {
+        Bytes pixels[3] = {in[0], in[1], in[2]};
+        DealRun(pixels);
+        Codec::Decode(pixels, out);
+        if (!kRgbFirst) std::swap(out[0], out[2]);
+        WeaveRun(out);
+    });
+}
+
+template <class Codec>
+inline constexpr ClrHubRows kRunRows = {{FromHubByRuns<Codec, false>, FromHubByRuns<Codec, true>},
+                                        {ToHubByRuns<Codec, false>, ToHubByRuns<Codec, true>}};
 
 }  // namespace zv::inline ZV_ISA

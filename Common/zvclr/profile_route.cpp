@@ -24,9 +24,8 @@ int32_t Run(CmmTransform* transform, const uint8_t* source, uint8_t* destination
 /// over it.
 bool IsPacked(const ClrImage& i, int64_t pixels, int32_t inBytes, int32_t outBytes) noexcept {
     if (ClampExtra(i.sourceRowExtra) != 0) return false;
-    const auto from = reinterpret_cast<uintptr_t>(i.source), to = reinterpret_cast<uintptr_t>(i.destination);
-    return to + static_cast<uintptr_t>(pixels * outBytes) <= from ||
-           from + static_cast<uintptr_t>(pixels * inBytes) <= to || (to <= from && outBytes <= inBytes);
+    return AreApart(i.source, pixels * inBytes, i.destination, pixels * outBytes) ||
+           (i.destination <= i.source && outBytes <= inBytes);
 }
 
 int32_t Repack(const ClrHandle& converter, const ClrImage& i, CmmTransform* transform) noexcept {

@@ -1,6 +1,7 @@
-// Probes of memory regions without faults and without signals: the kernel is asked to populate the pages, which it
-// refuses where a load or store would fault. Older kernels and special mappings are answered from the memory map. For a
-// few pages there are cheaper questions, of which only a yes counts.
+// Probes of memory regions without faults and without signals. Of small regions the kernel is asked to read or to
+// change nothing there, of large ones what areas they lie in; of all others, and where these do not say yes, to
+// populate the pages, which it refuses where a load or store would fault. Older kernels and special mappings are
+// answered from the memory map. For a few pages there are cheaper questions, of which only a yes counts.
 #include <errno.h>
 #include <fcntl.h>
 #include <linux/futex.h>
@@ -244,10 +245,13 @@ bool ZvCanLoad(const void* address, size_t size) noexcept {
     const uintptr_t last = first + (size - 1);
     if (size == 0) return true;
     const int saved = errno;
-    const bool loads =
-        address != nullptr && last >= first && EachPageAnswers(first, last, kMostPages, LoadError, EINVAL);
+    const bool exists = address != nullptr && last >= first;
+    const bool loads = exists && (EachPageAnswers(first, last, kMostPages, LoadError, EINVAL) ||
+                                  Allowed(address, size, Access::kRead) ||
+                                  // Without permission to read, pages may load all the same.
+                                  EachPageAnswers(first, last, UINTPTR_MAX, LoadError, EINVAL));
     errno = saved;
-    return loads || Allowed(address, size, Access::kRead);
+    return loads;
 }
 
 bool ZvPeekMemory(void* destination, const void* source, size_t count) noexcept {

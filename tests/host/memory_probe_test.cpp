@@ -353,6 +353,10 @@ TEST(MemoryProbe, WhatCanBeLoadedDoesNotFault) {
         const Mapping mapping(page, protection);
         // Where there is no permission to read it is the processor's matter.
         const bool loads = ZvCanLoad(mapping.Data(), page);
+        for (const size_t pages : {size_t{2}, size_t{5}, size_t{100}}) {
+            const Mapping larger(pages * page, protection);
+            EXPECT_EQ(loads, ZvCanLoad(larger.Data(), pages * page)) << pages;
+        }
         if (protection == PROT_READ) {
             EXPECT_TRUE(loads);
         }

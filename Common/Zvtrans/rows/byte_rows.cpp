@@ -39,8 +39,11 @@ typedef float Four __attribute__((vector_size(16)));
 #if ZV_ISA_LEVEL >= 1
 typedef float Eight __attribute__((vector_size(32)));
 inline Eight LoadEight(const float* from) noexcept { return LoadLanes<Eight>(from); }
-inline Four LowerHalf(Eight a) noexcept { return __builtin_shufflevector(a, a, 0, 1, 2, 3); }
-inline Four UpperHalf(Eight a) noexcept { return __builtin_shufflevector(a, a, 4, 5, 6, 7); }
+/// The lower nodes of two such pairs, and the upper ones.
+inline Eight LowerNodes(Eight a, Eight b) noexcept { return __builtin_shufflevector(a, b, 0, 1, 2, 3, 8, 9, 10, 11); }
+inline Eight UpperNodes(Eight a, Eight b) noexcept { return __builtin_shufflevector(a, b, 4, 5, 6, 7, 12, 13, 14, 15); }
+/// One for each of two nodes.
+inline Eight Fractions(float a, float b) noexcept { return Eight{a, a, a, a, b, b, b, b}; }
 /// A node for the definition.
 typedef double FourDoubles __attribute__((vector_size(32)));
 inline FourDoubles LoadDoubles(const float* from) noexcept {
@@ -54,6 +57,8 @@ struct Twice {
     Half low, high;
     friend Twice operator+(Twice a, Twice b) noexcept { return {a.low + b.low, a.high + b.high}; }
     friend Twice operator-(Twice a, Twice b) noexcept { return {a.low - b.low, a.high - b.high}; }
+    friend Twice operator*(Twice a, Twice b) noexcept { return {a.low * b.low, a.high * b.high}; }
+    friend Twice operator-(Twice a, double b) noexcept { return {a.low - b, a.high - b}; }
     template <class Factor>
     friend Twice operator*(Twice a, Factor f) noexcept {
         return {a.low * f, a.high * f};
@@ -61,8 +66,9 @@ struct Twice {
 };
 using Eight = Twice<Four>;
 inline Eight LoadEight(const float* from) noexcept { return {LoadLanes<Four>(from), LoadLanes<Four>(from + 4)}; }
-inline Four LowerHalf(Eight a) noexcept { return a.low; }
-inline Four UpperHalf(Eight a) noexcept { return a.high; }
+inline Eight LowerNodes(Eight a, Eight b) noexcept { return {a.low, b.low}; }
+inline Eight UpperNodes(Eight a, Eight b) noexcept { return {a.high, b.high}; }
+inline Eight Fractions(float a, float b) noexcept { return {Four{a, a, a, a}, Four{b, b, b, b}}; }
 typedef double TwoDoubles __attribute__((vector_size(16)));
 using FourDoubles = Twice<TwoDoubles>;
 inline FourDoubles LoadDoubles(const float* from) noexcept {
@@ -72,34 +78,56 @@ inline FourDoubles LoadDoubles(const float* from) noexcept {
 inline double NumberOf(FourDoubles a, uint32_t i) noexcept { return i < 2 ? a.low[i] : a.high[i - 2]; }
 #endif
 
-template <class Vector>
-Vector Between(float fraction, Vector a, Vector b) noexcept {
-    return (b - a) * fraction + a;
+inline Eight Between(Eight fraction, Eight a, Eight b) noexcept { return (b - a) * fraction + a; }
+inline Eight Between(float fraction, Eight a, Eight b) noexcept { return Between(Fractions(fraction, fraction), a, b); }
+
+// --- Numbers to bytes -----------------------------------------------------------------------------------------------
+
+/// Pixels whose numbers become bytes together.
+constexpr uint32_t kChunk = 8;
+constexpr uint32_t kChunkVectors = 4 * kChunk / kLanes;
+
+/// Lane by lane of 16 bits; 0 where b is not below a.
+inline Ints HowFarBelow(Ints a, Ints b) noexcept {
+#if ZV_ISA_LEVEL == 2
+    return reinterpret_cast<Ints>(_mm512_subs_epu16(reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b)));
+#elif ZV_ISA_LEVEL == 1
+    return reinterpret_cast<Ints>(_mm256_subs_epu16(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
+#elif ZV_X86
+    return reinterpret_cast<Ints>(_mm_subs_epu16(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
+#else
+    const auto first = reinterpret_cast<UnsignedWords>(a), second = reinterpret_cast<UnsignedWords>(b);
+    return reinterpret_cast<Ints>(first > second ? first - second : UnsignedWords{});
+#endif
 }
 
-/// How far an estimate may lie from what the definition has before it rounds, in steps of 2^-8, of which 65536 * 2^-24
-/// is one. A fraction is off by 2^-24 of itself; the first axis subtracts whole numbers without loss, and its product,
-/// the fraction in it and its sum cost a step at most each. Every other axis rounds the difference too. The fractions
-/// of a blend are exact. Two more go to the constants. The definition's own roundings are smaller by 2^-29.
-constexpr float kStep = 65536.0F / (1 << 24);
-constexpr float kTrilinearMargin = (3 + 4 + 4 + 2 + 1) * kStep;
-constexpr float kBlendMargin = kTrilinearMargin + 3 * kStep;
+/// Bits 16 to 23 of each number, which has none above them.
+inline void StoreThirdBytes(uint8_t* to, const Ints (&numbers)[kChunkVectors]) noexcept {
+#if ZV_ISA_LEVEL == 1
+    const auto words = [](Ints a, Ints b) {
+        return _mm256_packs_epi32(reinterpret_cast<__m256i>(a >> 16), reinterpret_cast<__m256i>(b >> 16));
+    };
+    const __m256i bytes = _mm256_packus_epi16(words(numbers[0], numbers[1]), words(numbers[2], numbers[3]));
+    StoreLanes(to, _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7)));
+#elif ZV_ISA_LEVEL == 0 && ZV_X86
+    const auto words = [](Ints a, Ints b) {
+        return _mm_packs_epi32(reinterpret_cast<__m128i>(a >> 16), reinterpret_cast<__m128i>(b >> 16));
+    };
+    for (uint32_t i = 0; i < kChunkVectors; i += 4) {
+        StoreLanes(to + i * kLanes,
+                   _mm_packus_epi16(words(numbers[i], numbers[i + 1]), words(numbers[i + 2], numbers[i + 3])));
+    }
+#else
+    for (uint32_t i = 0; i < kChunkVectors; ++i) StoreLowBytes(to + i * kLanes, numbers[i] >> 16);
+#endif
+}
 
+/// The words of a node as they were.
 template <uint32_t kInputs>
-struct Estimate;
-
-/// The rounding half is added; the result is above 0 and below 65536.
-template <>
-struct Estimate<3> {
-    static constexpr float kLow = 0.5F - kTrilinearMargin;
-    static constexpr float kWindow = 2 * kTrilinearMargin;
-};
-/// The two lookups are rounded before the blend and may lie half a word off; what is below 0 is cut to 0.
-template <>
-struct Estimate<4> {
-    static constexpr float kLow = -0.5F - kBlendMargin;
-    static constexpr float kWindow = 1.0F + 2 * kBlendMargin;
-};
+FourDoubles WordsOfNode(const float* node) noexcept {
+    using Scale = CmmNodeScale<kInputs>;
+    return (LoadDoubles(node) - double{Scale::kRounding}) * (1.0 / Scale::kWord);
+}
 
 template <uint32_t kInputs>
 class GridRow {
@@ -108,27 +136,23 @@ public:
 
     template <uint32_t kOutputs>
     void Run(const uint8_t* from, uint8_t* to, uint32_t pixels) noexcept {
-        alignas(64) float numbers[kBlockNumbers] = {};
-        alignas(64) uint8_t words[kBlockNumbers];
-        for (; pixels > 0;) {
-            const uint32_t count = pixels < kBlock ? pixels : kBlock;
-            Interpolate(from, numbers, count);
-            uint64_t close[kBlockNumbers / 64] = {};
-            for (uint32_t at = 0; at < 4 * count; at += kLanes) {
-                const Floats least = LoadLanes<Floats>(numbers + at) + Estimate<kInputs>::kLow;
-                const Ints low = Truncate(least) >> 8, high = Truncate(least + Estimate<kInputs>::kWindow) >> 8;
-                StoreBytes(words + at, high);
-                close[at / 64] |= uint64_t{LanesThatAreSet(low ^ high)} << (at % 64);
+        alignas(64) float numbers[kBlockNumbers];
+        alignas(64) uint8_t bytes[kBlockNumbers], tail[kInputs * kBlock];
+        while (pixels > 0) {
+            uint32_t count = kBlock, chunks = kBlock;
+            const uint8_t* block = from;
+            if (pixels < kBlock) {
+                count = pixels;
+                chunks = (count + kChunk - 1) / kChunk * kChunk;
+                std::memset(tail, 0, kInputs * chunks);
+                std::memcpy(tail, from, kInputs * count);
+                block = tail;
             }
-            for (uint32_t part = 0; part < kBlockNumbers / 64; ++part) {
-                while (close[part] != 0) {
-                    const auto pixel = static_cast<uint32_t>(__builtin_ctzll(close[part])) / 4;
-                    close[part] &= ~(uint64_t{15} << 4 * pixel);
-                    const uint32_t i = part * 16 + pixel;
-                    if (i < count) Define(from + kInputs * i, words + 4 * i);
-                }
+            Interpolate(block, numbers, chunks);
+            for (uint32_t i = 0; i < chunks; i += kChunk) {
+                ToBytes(block + kInputs * i, numbers + 4 * i, bytes + 4 * i);
             }
-            StorePixels<kOutputs>(words, to, count);
+            StorePixels<kOutputs>(bytes, to, count);
             from += kInputs * count;
             to += kOutputs * count;
             pixels -= count;
@@ -136,38 +160,74 @@ public:
     }
 
 private:
-    /// From the start of a slice.
-    uint32_t OffsetOf(const uint8_t* pixel) const noexcept {
-        uint32_t offset = 0;
-        for (uint32_t c = 1; c < kInputs; ++c) offset += grid_.axes[c].offsets[pixel[grid_.axes[c].byte]];
-        return offset;
+    static constexpr int32_t kWindow = CmmNodeScale<kInputs>::kWindow;
+
+    static const float* LowNode(const CmmByteGrid& grid, const uint8_t* pixel) noexcept {
+        uint32_t at = 0;
+        for (uint32_t i = 1; i < kInputs; ++i) at += grid.axes[i].offsets[pixel[i]];
+        return grid.slices[pixel[0]] + at;
     }
 
-    void Interpolate(const uint8_t* from, float* numbers, uint32_t count) const noexcept {
-        const CmmByteAxis& first = grid_.axes[0];
-        const CmmByteAxis& x = grid_.axes[kInputs - 3];
-        const CmmByteAxis& y = grid_.axes[kInputs - 2];
-        const CmmByteAxis& z = grid_.axes[kInputs - 1];
-        const size_t byFirst = first.byte, byX = x.byte, byY = y.byte, byZ = z.byte;
-        const size_t toX = x.stride, toY = y.stride;
-        for (uint32_t i = 0; i < count; ++i, from += kInputs) {
-            const auto& slices = grid_.slices[from[byFirst]];
-            const float fx = x.fractions[from[byX]], fy = y.fractions[from[byY]], fz = z.fractions[from[byZ]];
-            uint32_t at = y.offsets[from[byY]] + z.offsets[from[byZ]];
-            const auto between = [&](const float* low, const float* high) {
-                return Between(fy, Between(fx, LoadEight(low), LoadEight(high)),
-                               Between(fx, LoadEight(low + toY), LoadEight(high + toY)));
+    /// The pairs of nodes along the last axis, interpolated along the others.
+    struct Pairs {
+        const CmmByteGrid& grid;
+        size_t toY = grid.axes[kInputs - 2].stride, toX = grid.axes[kInputs - 3].stride, toFirst = grid.axes[0].stride;
+
+        Eight At(const uint8_t* pixel) const noexcept {
+            const float* const low = LowNode(grid, pixel);
+            const float* const high = low + toFirst;
+            const float fx = Fraction(pixel, kInputs - 3), fy = Fraction(pixel, kInputs - 2);
+            const auto between = [&](const float* first, const float* second) {
+                return Between(fy, Between(fx, LoadEight(first), LoadEight(second)),
+                               Between(fx, LoadEight(first + toY), LoadEight(second + toY)));
             };
-            Eight pair;
             if constexpr (kInputs == 4) {
-                at += x.offsets[from[byX]];
-                const float* const low = slices[0] + at;
-                const float* const high = slices[1] + at;
-                pair = Between(first.fractions[from[byFirst]], between(low, low + toX), between(high, high + toX));
+                return Between(Fraction(pixel, 0), between(low, low + toX), between(high, high + toX));
             } else {
-                pair = between(slices[0] + at, slices[1] + at);
+                return between(low, high);
             }
-            StoreLanes(numbers + size_t{4} * i, Between(fz, LowerHalf(pair), UpperHalf(pair)));
+        }
+        float Fraction(const uint8_t* pixel, uint32_t i) const noexcept { return grid.axes[i].fractions[pixel[i]]; }
+        float LastFraction(const uint8_t* pixel) const noexcept { return Fraction(pixel, kInputs - 1); }
+    };
+
+    void Interpolate(const uint8_t* from, float* numbers, uint32_t count) const noexcept {
+        const Pairs pairs{grid_};
+        for (uint32_t i = 0; i < count; i += 2, from += 2 * kInputs, numbers += 8) {
+            const Eight a = pairs.At(from), b = pairs.At(from + kInputs);
+            const Eight fractions = Fractions(pairs.LastFraction(from), pairs.LastFraction(from + kInputs));
+            StoreLanes(numbers, Between(fractions, LowerNodes(a, b), UpperNodes(a, b)));
+        }
+    }
+
+    static Ints HighestOf(const float* numbers) noexcept {
+        auto number = LoadLanes<Floats>(numbers);
+        // Nothing is below 0: where the highest number has the byte 0, the pixel has.
+        if constexpr (kInputs == 4) number = Greatest(number, Splat(kWindow));
+        return Truncate(number);
+    }
+
+    void ToBytes(const uint8_t* pixels, const float* numbers, uint8_t* bytes) noexcept {
+        Ints highest[kChunkVectors], close = {};
+        for (uint32_t i = 0; i < kChunkVectors; ++i) {
+            highest[i] = HighestOf(numbers + i * kLanes);
+            close |= HowFarBelow(SplatInt(kWindow), highest[i]);
+        }
+        StoreThirdBytes(bytes, highest);
+        if (LanesThatAreSet(close) != 0) [[unlikely]]
+            DefineClose(pixels, numbers, bytes);
+    }
+
+    [[gnu::noinline]] void DefineClose(const uint8_t* pixels, const float* numbers, uint8_t* bytes) noexcept {
+        uint32_t close = 0;
+        for (uint32_t i = 0; i < kChunkVectors; ++i) {
+            const Ints fractions = HighestOf(numbers + i * kLanes) & 0xFFFF;
+            close |= LanesThatAreSet(fractions < SplatInt(kWindow)) << (i * kLanes);
+        }
+        while (close != 0) {
+            const auto pixel = static_cast<uint32_t>(__builtin_ctz(close)) / 4;
+            close &= ~(15U << 4 * pixel);
+            Define(pixels + kInputs * pixel, bytes + 4 * pixel);
         }
     }
 
@@ -178,18 +238,16 @@ private:
         if (!defined_ || key != key_) {
             defined_ = true;
             key_ = key;
-            const CmmByteAxis& w = grid_.axes[0];
-            const auto& slices = grid_.slices[pixel[w.byte]];
-            const float* const low = slices[0] + OffsetOf(pixel);
-            const float* const high = slices[1] + OffsetOf(pixel);
+            const CmmByteAxis& first = grid_.axes[0];
+            const float* const low = LowNode(grid_, pixel);
+            const float* const high = low + first.stride;
             if constexpr (kInputs == 4) {
                 const size_t toX = grid_.axes[1].stride;
-                const FourDoubles first = Lookup(pixel, low, low + toX);
-                const FourDoubles second = Lookup(pixel, high, high + toX);
+                const FourDoubles lower = Lookup(pixel, low, low + toX), upper = Lookup(pixel, high, high + toX);
                 for (uint32_t o = 0; o < 4; ++o) {
                     bytes_[o] =
-                        static_cast<uint8_t>(BlendedWord(w.definition[pixel[w.byte]], RoundedWord(NumberOf(first, o)),
-                                                         RoundedWord(NumberOf(second, o))) >>
+                        static_cast<uint8_t>(BlendedWord(first.definition[pixel[0]], RoundedWord(NumberOf(lower, o)),
+                                                         RoundedWord(NumberOf(upper, o))) >>
                                              8);
                 }
             } else {
@@ -200,16 +258,17 @@ private:
         std::memcpy(bytes, bytes_, 4);
     }
 
-    /// From the corners that are lower and upper on the axis of the first of the three channels.
+    /// From the corners that are lower and upper on the axis of the first of the last three bytes.
     FourDoubles Lookup(const uint8_t* pixel, const float* low, const float* high) const noexcept {
-        const CmmByteAxis& x = grid_.axes[kInputs - 3];
-        const CmmByteAxis& y = grid_.axes[kInputs - 2];
-        const CmmByteAxis& z = grid_.axes[kInputs - 1];
-        const size_t toY = y.stride, toZ = z.stride;
-        return Trilinear(x.definition[pixel[x.byte]], y.definition[pixel[y.byte]], z.definition[pixel[z.byte]],
-                         [=](int i, int j, int k) {
-                             return LoadDoubles((i != 0 ? high : low) + (j != 0 ? toY : 0) + (k != 0 ? toZ : 0));
-                         });
+        const size_t toY = grid_.axes[kInputs - 2].stride, toZ = grid_.axes[kInputs - 1].stride;
+        const auto fraction = [&](uint32_t i) {
+            return grid_.axes[kInputs - 3 + i].definition[pixel[kInputs - 3 + i]];
+        };
+        const auto corner = [=](int i, int j, int k) {
+            return WordsOfNode<kInputs>((i != 0 ? high : low) + (j != 0 ? toY : 0) + (k != 0 ? toZ : 0));
+        };
+        if (!grid_.reversed) return Trilinear(fraction(0), fraction(1), fraction(2), corner);
+        return Trilinear(fraction(2), fraction(1), fraction(0), [&](int i, int j, int k) { return corner(k, j, i); });
     }
 
     const CmmByteGrid& grid_;

@@ -5,13 +5,6 @@ namespace zv::inline ZV_ISA {
 
 namespace {
 
-#if ZV_ISA_LEVEL == 0 && ZV_X86
-void SwapRun(Bytes (&run)[3]) noexcept {
-    DealRun(run);
-    std::swap(run[0], run[2]);
-    WeaveRun(run);
-}
-#else
 /// The first and third byte of each pixel change places.
 template <size_t kChannels, size_t kVector>
 struct PlacesOfSwapped {
@@ -20,14 +13,47 @@ struct PlacesOfSwapped {
         return byte - channel + (kChannels - 1 - channel);
     }
 };
-void SwapRun(Bytes (&run)[3]) noexcept { ShuffleRun<PlacesOfSwapped>(run); }
+
+#if ZV_ISA_LEVEL == 0 && ZV_X86
+/// In vector kVector of a run, the bytes of channel kChannel.
+template <size_t kVector, size_t kChannel>
+constexpr auto kChannelMask = [] {
+    std::array<uint8_t, kShuffled> mask{};
+    for (size_t i = 0; i < kShuffled; ++i) mask[i] = (kVector * kShuffled + i) % 3 == kChannel ? 255 : 0;
+    return mask;
+}();
+
+/// Without a shuffle of bytes: a vector from itself, from two bytes on and from two bytes back.
+template <size_t kVector>
+Bytes Swapped(__m128i before, __m128i here, __m128i after) noexcept {
+    const auto of = [](const std::array<uint8_t, kShuffled>& mask, __m128i bytes) {
+        return reinterpret_cast<Bytes>(bytes) & LoadLanes<Bytes>(mask.data());
+    };
+    const __m128i later = _mm_or_si128(_mm_srli_si128(here, 2), _mm_slli_si128(after, 14));
+    const __m128i earlier = _mm_or_si128(_mm_slli_si128(here, 2), _mm_srli_si128(before, 14));
+    return of(kChannelMask<kVector, 0>, later) | of(kChannelMask<kVector, 1>, here) |
+           of(kChannelMask<kVector, 2>, earlier);
+}
+void SwapRun(const Bytes (&in)[3], Bytes (&out)[3]) noexcept {
+    const __m128i a = Word(in[0]), b = Word(in[1]), c = Word(in[2]), outside = _mm_setzero_si128();
+    out[0] = Swapped<0>(outside, a, b);
+    out[1] = Swapped<1>(a, b, c);
+    out[2] = Swapped<2>(b, c, outside);
+}
+#else
+void SwapRun(const Bytes (&in)[3], Bytes (&out)[3]) noexcept {
+    for (size_t i = 0; i < 3; ++i) out[i] = in[i];
+    ShuffleRun<PlacesOfSwapped>(out);
+}
 #endif
 
 template <bool kComplement>
 void SwapRow(const uint8_t* from, uint8_t* to, int32_t width, const void*) noexcept {
     MapRuns<3, 3>(from, to, static_cast<size_t>(width), [](const Bytes(&in)[3], Bytes(&out)[3]) {
-        for (size_t i = 0; i < 3; ++i) out[i] = kComplement ? ~in[i] : in[i];
-        SwapRun(out);
+        SwapRun(in, out);
+        if constexpr (kComplement) {
+            for (Bytes& vector : out) vector = ~vector;
+        }
     });
 }
 

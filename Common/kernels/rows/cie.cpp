@@ -1,54 +1,42 @@
 #include "Common/kernels/cie.h"
 
-#include "Common/kernels/linear_sums.h"
-#include "Common/kernels/planes.h"
+#include "Common/kernels/word_sums.h"
 
 namespace zv::inline ZV_ISA {
 
 namespace {
 
-struct XyzCodec {
-    static constexpr int32_t kPixelBytes = Xyz::kPixelBytes;
+/// Bytes that stand for themselves, all with six digits in their weights: no units serve them without a rest.
+struct XyzSums {
+    static constexpr bool kIsExact = false;
+    static constexpr int32_t kMost = 255;
+    static constexpr auto kSums = WordSumsOf(Xyz::FromRgbSums, kMost, {50701, 57598, 57530});
+    static_assert(AreProved(kSums));
+    static Pixel<3> Again(const Pixel<3>& p) noexcept { return Xyz::FromRgb({p[0], p[1], p[2]}); }
+};
 
-    /// Sums of what is not negative: a least value below 0 is cut to 0 as well.
-    template <class Hub>
-    static void Encode(const Hub& in, Planes<3>& out) noexcept {
-        static constexpr auto kSums = LinearSumsOf(Xyz::FromRgbSums, 255);
-        ClosePixels close;
-        for (int32_t at = 0; at < kBlock; at += kLanes) {
-            close.Add(at, Convert(kSums, {in.r.At(at), in.g.At(at), in.b.At(at)},
-                                  {out[0].At(at), out[1].At(at), out[2].At(at)}));
-        }
-        close.Each([&](int32_t i) { StorePlanes(out, i, Xyz::FromRgb(LoadHub(in, i))); });
+struct RgbSums {
+    static constexpr bool kIsExact = false;
+    static constexpr int32_t kMost = 255;
+    static constexpr auto kSums = WordSumsOf(Xyz::ToRgbSums, kMost, {40966, 39826, 25751});
+    static_assert(AreProved(kSums));
+    static Pixel<3> Again(const Pixel<3>& p) noexcept {
+        const Rgb pixel = Xyz::ToRgb(p);
+        return {pixel.r, pixel.g, pixel.b};
     }
+};
 
-    template <class Hub>
-    static void Decode(const Planes<3>& in, const Hub& out) noexcept {
-        static constexpr auto kSums = LinearSumsOf(Xyz::ToRgbSums, 255);
-        ClosePixels close;
-        for (int32_t at = 0; at < kBlock; at += kLanes) {
-            close.Add(at, Convert(kSums, {in[0].At(at), in[1].At(at), in[2].At(at)},
-                                  {out.r.At(at), out.g.At(at), out.b.At(at)}));
-        }
-        close.Each([&](int32_t i) { StoreHub(out, i, Xyz::ToRgb(LoadPlanes(in, i))); });
+struct XyzRows {
+    static void Encode(const Bytes (&rgb)[3], Bytes (&out)[3]) noexcept {
+        SumRun<XyzSums>(rgb, {WordsOf(rgb[0]), WordsOf(rgb[1]), WordsOf(rgb[2])}, out);
     }
-
-private:
-    static Ints Convert(const std::array<LinearSum, 3>& sums, const std::array<const uint8_t*, 3>& from,
-                        const std::array<uint8_t*, 3>& to) noexcept {
-        const Floats a = ToFloat(LoadBytes(from[0])), b = ToFloat(LoadBytes(from[1])), c = ToFloat(LoadBytes(from[2]));
-        Ints differences = {};
-        for (size_t i = 0; i < 3; ++i) {
-            const Bracket sum(sums[i], a, b, c);
-            differences |= sum.Differences();
-            StoreBytes(to[i], sum.high);
-        }
-        return differences;
+    static void Decode(const Bytes (&in)[3], Bytes (&rgb)[3]) noexcept {
+        SumRun<RgbSums>(in, {WordsOf(in[0]), WordsOf(in[1]), WordsOf(in[2])}, rgb);
     }
 };
 
 }  // namespace
 
-const ClrHubRows kXyzRows = kHubRows<XyzCodec>;
+const ClrHubRows kXyzRows = kRunRows<XyzRows>;
 
 }  // namespace zv::inline ZV_ISA

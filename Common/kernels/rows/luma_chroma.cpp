@@ -8,36 +8,6 @@ namespace zv::inline ZV_ISA {
 
 namespace {
 
-// What is done again goes back into vectors by registers: a vector loaded over several fresh stores would wait for all
-// that was stored before.
-
-constexpr auto kLaneNumbers = [] {
-    std::array<uint8_t, kShuffled> numbers{};
-    for (size_t i = 0; i < kShuffled; ++i) numbers[i] = static_cast<uint8_t>(i);
-    return numbers;
-}();
-
-/// Does the pixels of a run again that are marked, by again(pixel). Neighbours are often the same.
-template <class Again>
-void DoAgain(uint64_t marked, const Bytes (&in)[3], Bytes (&out)[3], const Again& again) noexcept {
-    uint8_t from[3][kShuffled];
-    for (size_t c = 0; c < 3; ++c) StoreLanes(from[c], in[c]);
-    const auto numbers = LoadLanes<Bytes>(kLaneNumbers.data());
-    Pixel<3> last, done;
-    bool isFirst = true;
-    for (; marked != 0; marked &= marked - 1) {
-        const auto i = static_cast<size_t>(__builtin_ctzll(marked));
-        const Pixel<3> pixel = {from[0][i], from[1][i], from[2][i]};
-        if (isFirst || pixel != last) {
-            isFirst = false;
-            last = pixel;
-            done = again(pixel);
-        }
-        const auto here = reinterpret_cast<Bytes>(numbers == static_cast<uint8_t>(i));
-        for (size_t c = 0; c < 3; ++c) out[c] = (here & done[c]) | (~here & out[c]);
-    }
-}
-
 /// Four vectors, each lane clamped to 0..255, as bytes in a row.
 Bytes BytesInARow(const Ints (&lanes)[4]) noexcept {
 #if ZV_ISA_LEVEL == 2
@@ -122,100 +92,95 @@ template <class Space, size_t kChannel, bool kSigned>
     return BytesInARow(whole);
 }
 
+/// The encoding sums of a space, of green and of what red and blue differ from it by: chroma needs no green, and luma
+/// mostly all of it.
+template <class Space>
+constexpr Sums SumsOfDifferences(double g, double red, double blue) noexcept {
+    return Space::template FromRgbSums<double>(g + red, g, g + blue);
+}
+
 /// A run of hub pixels through the sums of a codec, each cut to a byte. Signed chroma is cut toward 0, and stays
 /// between -128 and 127 by itself.
 template <class Codec>
 void EncodeBySums(const Bytes (&rgb)[3], Bytes (&out)[3]) noexcept {
     static constexpr int32_t kShift = ShiftOf(255);
-    const WordPair pairs[3] = {WordsOf(rgb[0]), WordsOf(rgb[1]), WordsOf(rgb[2])};
-    const std::array<Words, 3> low = {pairs[0].low, pairs[1].low, pairs[2].low},
-                               high = {pairs[0].high, pairs[1].high, pairs[2].high};
-    const auto shifted = [](const std::array<Words, 3>& numbers) {
-        return std::array<Words, 3>{numbers[0] << kShift, numbers[1] << kShift, numbers[2] << kShift};
+    struct Half {
+        std::array<Words, 3> numbers, shifted;
+        Half(Words r, Words g, Words b) noexcept
+            : numbers{g, r - g, b - g}, shifted{g << kShift, numbers[1] << kShift, numbers[2] << kShift} {}
     };
-    const std::array<Words, 3> shiftedLow = shifted(low), shiftedHigh = shifted(high);
+    const WordPair r = WordsOf(rgb[0]), g = WordsOf(rgb[1]), b = WordsOf(rgb[2]);
+    const Half low(r.low, g.low, b.low), high(r.high, g.high, b.high);
     const auto encode = [&]<size_t kChannel>() {
         static constexpr bool kSigned = Codec::kSignedChroma && kChannel > 0;
-        WordSum::Found a = Codec::kEncode[kChannel](low, shiftedLow), b = Codec::kEncode[kChannel](high, shiftedHigh);
+        WordSum::Found halves[2] = {Codec::kEncode[kChannel](low.numbers, low.shifted),
+                                    Codec::kEncode[kChannel](high.numbers, high.shifted)};
         if constexpr (kSigned) {
-            for (WordSum::Found* const found : {&a, &b}) {
-                // Beside 0, either side is cut to 0.
-                found->close &= found->whole != 0;
-                found->whole = (found->whole - (found->whole < 0)) & 255;
+            for (WordSum::Found& found : halves) {
+                const Words isBelow = found.whole < 0;
+                if constexpr (kChannel == Codec::kWithoutClose) {
+                    found.whole = (found.whole - (isBelow & ~found.close)) & 255;
+                } else {
+                    found.close &= found.whole != 0;  // beside 0, either side is cut to 0
+                    found.whole = (found.whole - isBelow) & 255;
+                }
             }
         }
-        out[kChannel] = BytesOf(a.whole, b.whole);
-        if (!AnyIsSet(a.close | b.close)) return;
-        if (kChannel == 0 && IsGrey(rgb)) {
-            out[0] = LookUp(kGreyLuma<typename Codec::Space>, rgb[1]);
-            return;
+        out[kChannel] = BytesOf(halves[0].whole, halves[1].whole);
+        if constexpr (kChannel != Codec::kWithoutClose) {
+            if (!AnyIsSet(halves[0].close | halves[1].close)) return;
+            if (kChannel == 0 && IsGrey(rgb)) {
+                out[0] = LookUp(kGreyLuma<typename Codec::Space>, rgb[1]);
+                return;
+            }
+            out[kChannel] = EncodeAgain<typename Codec::Space, kChannel, kSigned>(rgb[0], rgb[1], rgb[2]);
         }
-        out[kChannel] = EncodeAgain<typename Codec::Space, kChannel, kSigned>(rgb[0], rgb[1], rgb[2]);
     };
     encode.template operator()<0>();
     encode.template operator()<1>();
     encode.template operator()<2>();
 }
 
-/// A run through the sums of a codec, from numbers(word pairs' halves).
-template <class Codec, class Numbers>
-void DecodeBySums(const Bytes (&in)[3], Bytes (&rgb)[3], const Numbers& numbersOf) noexcept {
-    static constexpr int32_t kShift = ShiftOf(Codec::kMost);
-    const auto half = [&](const auto& side) {
-        const std::array<Words, 3> numbers = numbersOf(side);
-        const std::array<Words, 3> shifted = {numbers[0] << kShift, numbers[1] << kShift, numbers[2] << kShift};
-        std::array<WordSum::Found, 3> found = {Codec::kDecode[0](numbers, shifted), Codec::kDecode[1](numbers, shifted),
-                                               Codec::kDecode[2](numbers, shifted)};
-        if constexpr (!Codec::kExact) {
-            // Where every weighted number is 0 the definition gives the first one itself.
-            Words close = {};
-            for (size_t c = 0; c < 3; ++c) {
-                Words weighted = {};
-                for (size_t i = 1; i < 3; ++i) {
-                    if (Codec::kDecode[c].fine[i] != 0) weighted |= numbers[i];
-                }
-                close |= found[c].close & (weighted != 0);
-            }
-            found[0].close = close;
-        }
-        return found;
-    };
-    const auto low = half([](const WordPair& pair) { return pair.low; });
-    const auto high = half([](const WordPair& pair) { return pair.high; });
-    for (size_t c = 0; c < 3; ++c) rgb[c] = BytesOf(low[c].whole, high[c].whole);
-    if constexpr (!Codec::kExact) {
-        const uint64_t marked = UpperBits(BytesOf(low[0].close & 255, high[0].close & 255));
-        if (marked == 0) return;
-        DoAgain(marked, in, rgb, [](const Pixel<3>& p) {
-            const Rgb pixel = Codec::DecodeAgain(p);
-            return Pixel<3>{pixel.r, pixel.g, pixel.b};
-        });
-    }
-}
-
-/// A decoding step of one byte: p * scale / 255 + offset, cut. A step that passes 0 is cut toward it, upward below
-/// byte 128.
+/// A decoding step of a byte: byte * scale / 255 + offset, cut. A step that passes 0 is cut toward it, upward below
+/// byte 128. It is the byte, a part of it, and the offset; the factor of the part lies just above what it stands for,
+/// so that whole numbers come out whole, and where it is cut upward just below, so that they come out one lower.
 struct WordStep {
     int16_t scale;
     int16_t offset;
-    bool cutTowardZero;
+    bool cutsTowardZero = false;
 
-    Words operator()(Words p) const noexcept {
-        auto part = reinterpret_cast<UnsignedWords>(p) * static_cast<uint16_t>(scale % 255);
-        if (cutTowardZero) part += reinterpret_cast<UnsignedWords>((p < 128) & 254);
-        const auto quotient = reinterpret_cast<Words>((part + 1 + (part >> 8)) >> 8);  // by 255, below 65535
-        return scale < 255 ? quotient + offset : quotient + p + offset;
+    WordPair operator()(Bytes in) const noexcept {
+        const WordPair bytes = WordsOf(in);
+        if (!cutsTowardZero) {
+            return {bytes.low + MulHigh(bytes.low, Factor()) + offset,
+                    bytes.high + MulHigh(bytes.high, Factor()) + offset};
+        }
+        // As signed bytes these are above 0.
+        const WordPair upward = SignedWordsOf(reinterpret_cast<Bytes>(reinterpret_cast<SignedBytes>(in) > 0));
+        const auto half = [&](Words p, Words up) { return (p + offset) + (MulHigh(p, up + Factor()) - up); };
+        return {half(bytes.low, upward.low), half(bytes.high, upward.high)};
     }
 
     template <class Step>
     constexpr bool IsSameAs(const Step& step) const noexcept {
         for (int32_t i = 0; i < 256; ++i) {
-            const int32_t part = i * (scale % 255) + (cutTowardZero && i < 128 ? 254 : 0);
-            const int32_t quotient = (part + 1 + (part >> 8)) >> 8;
-            const int32_t whole = scale < 255 ? 0 : i;
-            if (part >= 65535 || quotient + whole + offset != step(static_cast<uint8_t>(i))) return false;
+            const int32_t upward = cutsTowardZero && i > 0 && i < 128 ? 1 : 0;
+            if (i + ((i * (Factor() - upward)) >> 16) + upward + offset != step(static_cast<uint8_t>(i))) return false;
         }
         return true;
+    }
+
+private:
+    typedef int8_t SignedBytes __attribute__((vector_size(kShuffled)));
+
+    /// Bytes that are 0 or -1.
+    static WordPair SignedWordsOf(Bytes b) noexcept {
+        const WordPair upper = UpperBytes(b);
+        return {upper.low >> 8, upper.high >> 8};
+    }
+    constexpr int16_t Factor() const noexcept {
+        const int32_t product = (scale - 255) * (1 << 16);
+        return static_cast<int16_t>((product < 0 ? -(-product / 255) - 1 : product / 255) + 1);
     }
 };
 
@@ -229,22 +194,20 @@ constexpr Sums YuvDecodeSums(int32_t y, int32_t u, int32_t v) noexcept {
 struct YuvRows {
     using Space = Yuv;
     static constexpr bool kSignedChroma = false;
-    static constexpr auto kEncode = WordSumsOf(Yuv::FromRgbSums<double>, 255, {58000, 44600, 55000});
+    static constexpr size_t kWithoutClose = 3;
+    static constexpr auto kEncode = WordSumsOf(SumsOfDifferences<Yuv>, 255, {58000, 44600, 55000});
     static_assert(AreProved(kEncode));
 
-    static constexpr bool kExact = true;
+    static constexpr bool kIsExact = true;
     static constexpr int32_t kMost = 255;
-    static constexpr auto kDecode = WordSumsOf(YuvDecodeSums, kMost, {kYuvUnit, kYuvUnit, kYuvUnit});
-    static_assert(AreProved(kDecode));
+    static constexpr auto kSums = WordSumsOf(YuvDecodeSums, kMost, {kYuvUnit, kYuvUnit, kYuvUnit});
+    static_assert(AreProved(kSums));
 
     static void Encode(const Bytes (&rgb)[3], Bytes (&out)[3]) noexcept { EncodeBySums<YuvRows>(rgb, out); }
     static void Decode(const Bytes (&in)[3], Bytes (&rgb)[3]) noexcept {
-        static constexpr WordStep kU = {223, -112, false}, kV = {275, -138, false};
+        static constexpr WordStep kU = {223, -112}, kV = {275, -138};
         static_assert(kU.IsSameAs(Yuv::DecodeU) && kV.IsSameAs(Yuv::DecodeV));
-        const WordPair y = WordsOf(in[0]), u = WordsOf(in[1]), v = WordsOf(in[2]);
-        DecodeBySums<YuvRows>(in, rgb, [&](const auto& side) {
-            return std::array<Words, 3>{side(y), kU(side(u)), kV(side(v))};
-        });
+        SumRun<YuvRows>(in, {WordsOf(in[0]), kU(in[1]), kV(in[2])}, rgb);
     }
 };
 
@@ -263,74 +226,57 @@ constexpr auto kYiqSteps = [] {
 struct YiqRows {
     using Space = Yiq;
     static constexpr bool kSignedChroma = false;
-    static constexpr auto kEncode = WordSumsOf(Yiq::FromRgbSums<double>, 255, {52600, 50500, 53400});
+    static constexpr size_t kWithoutClose = 3;
+    static constexpr auto kEncode = WordSumsOf(SumsOfDifferences<Yiq>, 255, {52600, 50500, 53400});
     static_assert(AreProved(kEncode));
-    static constexpr bool kExact = false;
+    static constexpr bool kIsExact = false;
     static constexpr int32_t kMost = 263;
-    static Rgb DecodeAgain(const Pixel<3>& p) noexcept {
-        return Yiq::Decode(kYiqSteps[0][p[0]], kYiqSteps[1][p[1]], kYiqSteps[2][p[2]]);
+    static Pixel<3> Again(const Pixel<3>& p) noexcept {
+        const Rgb pixel = Yiq::Decode(kYiqSteps[0][p[0]], kYiqSteps[1][p[1]], kYiqSteps[2][p[2]]);
+        return {pixel.r, pixel.g, pixel.b};
     }
-    static constexpr auto kDecode = WordSumsOf(Yiq::DecodeSums<double>, kMost, {45000, 45000, 45000});
-    static_assert(AreProved(kDecode));
+    static constexpr auto kSums = WordSumsOf(Yiq::DecodeSums<double>, kMost, {45000, 45000, 45000});
+    static_assert(AreProved(kSums));
 
     static void Encode(const Bytes (&rgb)[3], Bytes (&out)[3]) noexcept { EncodeBySums<YiqRows>(rgb, out); }
     static void Decode(const Bytes (&in)[3], Bytes (&rgb)[3]) noexcept {
-        static constexpr WordStep kY = {263, 0, false}, kI = {303, -152, true}, kQ = {267, -134, true};
+        static constexpr WordStep kY = {263, 0}, kI = {303, -152, true}, kQ = {267, -134, true};
         static_assert(kY.IsSameAs(Yiq::DecodeY) && kI.IsSameAs(Yiq::DecodeI) && kQ.IsSameAs(Yiq::DecodeQ));
-        const WordPair y = WordsOf(in[0]), i = WordsOf(in[1]), q = WordsOf(in[2]);
-        DecodeBySums<YiqRows>(in, rgb, [&](const auto& side) {
-            return std::array<Words, 3>{kY(side(y)), kI(side(i)), kQ(side(q))};
-        });
+        SumRun<YiqRows>(in, {kY(in[0]), kI(in[1]), kQ(in[2])}, rgb);
     }
 };
 
 struct YcbcrRows {
     using Space = Ycbcr;
     static constexpr bool kSignedChroma = true;
-    static constexpr auto kEncode = WordSumsOf(Ycbcr::FromRgbSums<double>, 255, {58000, 50000, 56672});
+    /// Blue chroma: 8437 (r - g) / 50000 is half an integer for no colour but those with r = g, whose sum is exact.
+    static constexpr size_t kWithoutClose = 1;
+    static_assert([] {
+        for (int32_t v = 0; v < 256; ++v) {
+            if (Ycbcr::FromRgbSums<double>(v, v, 0)[1] * 2 != -v) return false;
+        }
+        return true;
+    }());
+    static constexpr auto kEncode = WordSumsOf(SumsOfDifferences<Ycbcr>, 255, {58000, 50000, 56672});
     static_assert(AreProved(kEncode));
-    static constexpr bool kExact = false;
+    static constexpr bool kIsExact = false;
     static constexpr int32_t kMost = 255;
-    static Rgb DecodeAgain(const Pixel<3>& p) noexcept { return Ycbcr::ToRgb(p); }
-    static constexpr auto kDecode = WordSumsOf(Ycbcr::ToRgbSums<double>, kMost, {50000, 44000, 50000});
-    static_assert(AreProved(kDecode));
+    static Pixel<3> Again(const Pixel<3>& p) noexcept {
+        const Rgb pixel = Ycbcr::ToRgb(p);
+        return {pixel.r, pixel.g, pixel.b};
+    }
+    static constexpr auto kSums = WordSumsOf(Ycbcr::ToRgbSums<double>, kMost, {50000, 44000, 50000});
+    static_assert(AreProved(kSums));
 
     static void Encode(const Bytes (&rgb)[3], Bytes (&out)[3]) noexcept { EncodeBySums<YcbcrRows>(rgb, out); }
     static void Decode(const Bytes (&in)[3], Bytes (&rgb)[3]) noexcept {
-        const WordPair y = WordsOf(in[0]), cb = UpperBytes(in[1]), cr = UpperBytes(in[2]);
-        DecodeBySums<YcbcrRows>(in, rgb, [&](const auto& side) {
-            return std::array<Words, 3>{side(y), side(cb) >> 8, side(cr) >> 8};
-        });
+        const WordPair cb = UpperBytes(in[1]), cr = UpperBytes(in[2]);
+        SumRun<YcbcrRows>(in, {WordsOf(in[0]), {cb.low >> 8, cb.high >> 8}, {cr.low >> 8, cr.high >> 8}}, rgb);
     }
 };
 
-template <class Codec, bool kRgbFirst>
-void FromHub(const uint8_t* from, uint8_t* to, int32_t width, const void*) noexcept {
-    MapRuns<3, 3>(from, to, static_cast<size_t>(width), [](const Bytes(&in)[3], Bytes(&out)[3]) {
-        Bytes hub[3] = {in[0], in[1], in[2]};
-        DealRun(hub);
-        if (!kRgbFirst) std::swap(hub[0], hub[2]);
-        Codec::Encode(hub, out);
-        WeaveRun(out);
-    });
-}
-
-template <class Codec, bool kRgbFirst>
-void ToHub(const uint8_t* from, uint8_t* to, int32_t width, const void*) noexcept {
-    MapRuns<3, 3>(from, to, static_cast<size_t>(width), [](const Bytes(&in)[3], Bytes(&out)[3]) {
-        Bytes pixels[3] = {in[0], in[1], in[2]};
-        DealRun(pixels);
-        Codec::Decode(pixels, out);
-        if (!kRgbFirst) std::swap(out[0], out[2]);
-        WeaveRun(out);
-    });
-}
-
-template <class Codec>
-constexpr ClrHubRows kRows = {{FromHub<Codec, false>, FromHub<Codec, true>}, {ToHub<Codec, false>, ToHub<Codec, true>}};
-
 }  // namespace
 
-const LumaChromaRowTable kLumaChromaRows = {kRows<YuvRows>, kRows<YiqRows>, kRows<YcbcrRows>};
+const LumaChromaRowTable kLumaChromaRows = {kRunRows<YuvRows>, kRunRows<YiqRows>, kRunRows<YcbcrRows>};
 
 }  // namespace zv::inline ZV_ISA

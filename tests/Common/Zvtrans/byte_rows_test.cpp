@@ -127,6 +127,14 @@ TEST(ByteGrids, TablesOfAnotherGridOrFormatterAreLeftAlone) {
     EXPECT_EQ(RunByWords(&mixed, pixels), RunPixels(&mixed, pixels));
 }
 
+TEST(ByteGrids, NodesExchangedLaterCount) {
+    const HostScope host;
+    GridTransform grid(3, CMMFORMAT_RGB_8, CMMFORMAT_RGB_8, Nodes::kRamp);
+    const uint16_t white[4] = {0xFFFF, 0xFFFF, 0xFFFF, 0}, other[4] = {0x1234, 0x5678, 0x9ABC, 0};
+    CmmPatchGridNode(grid.Get()->gridLut, white, other, 3, 3);
+    EXPECT_EQ((Bytes{0x12, 0x56, 0x9A}), RunPixels(grid.Get(), {255, 255, 255}));
+}
+
 TEST(ByteTables, TransformsOfProfilesHaveThemAndDoWithout) {
     HostScope host;
     const Bytes rgb = MatrixRgbProfile().Build(), cmyk = LutProfile("CMYK", "Lab ", 16, 3).Build();

@@ -9,6 +9,7 @@
 
 #include "Common/kernels/kernels.h"
 #include "tests/Common/kernels/few_pixels.h"
+#include "tests/support/instruction_sets.h"
 #include "tests/support/recording_host.h"
 
 namespace zv::test {
@@ -200,6 +201,27 @@ TEST(LabParamsToHub, GreysComeBackWhole) {
     EXPECT_EQ((Bytes{255, 255, 255}), Decoded(*record, {255, 128, 96}));
     EXPECT_EQ((Bytes{128, 128, 128}), Decoded(*record, {137, 128, 96}));
     EXPECT_EQ((Bytes{0, 0, 0}), Decoded(*record, {0, 128, 96}));
+}
+
+TEST(LabParamsToHub, CubesThatDoNotFit) {
+    // f of the third pixel is so near to 2 that its cube, rounded, has 32 bits: below 0, which is cut to 0.
+    for (const int32_t aOffset : {-125069, -125068, -125070, 125069}) {
+        const ClrLabParams encoding = {sizeof(ClrLabParams), 0, 0, 102, aOffset, 1, 96, 200};
+        const auto record = Decoder(encoding);
+        Bytes pixels, expected;
+        for (int32_t l = 0; l < 256; ++l) {
+            for (int32_t a = 0; a < 256; ++a) {
+                const Pixel<3> pixel = {static_cast<uint8_t>(l), static_cast<uint8_t>(a), 96};
+                pixels.insert(pixels.end(), pixel.begin(), pixel.end());
+                const Rgb rgb = LabToRgb(*record, pixel);
+                expected.insert(expected.end(), {rgb.r, rgb.g, rgb.b});
+            }
+        }
+        for (const ClrIsa isa : InstructionSets()) {
+            const UseIsa use(isa);
+            EXPECT_EQ(expected, Decoded(*record, pixels)) << aOffset << testing::PrintToString(isa);
+        }
+    }
 }
 
 TEST(LabParamsToHub, BlueFirstWritesRedToByte2) {

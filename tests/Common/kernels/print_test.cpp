@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 
 #include "Common/kernels/kernels.h"
 #include "tests/Common/kernels/few_pixels.h"
+#include "tests/support/instruction_sets.h"
 #include "tests/support/recording_host.h"
 
 namespace zv::test {
@@ -271,6 +273,77 @@ TEST(YcckKernels, NullsAreRefused) {
     EXPECT_EQ(ERR_INVALID_PARAMETER, ClrYcckToCmyk(nullptr, bytes, bytes, 1, 1, 0));
     EXPECT_EQ(ERR_INVALID_PARAMETER, ClrYcckToCmyk(tables, nullptr, bytes, 1, 1, 0));
     EXPECT_EQ(ERR_INVALID_PARAMETER, ClrYcckToCmyk(tables, bytes, nullptr, 1, 1, 0));
+}
+
+Bytes NoisePixels(size_t bytes) {
+    Bytes noise(bytes);
+    uint32_t state = 7;
+    for (uint8_t& byte : noise) {
+        state = state * 1664525U + 1013904223U;
+        byte = static_cast<uint8_t>(state >> 24);
+    }
+    return noise;
+}
+
+TEST(YcckKernels, ReadTheWholeImageBeforeTheyWriteOverIt) {
+    constexpr int32_t kWidth = 37, kHeight = 9, kPixels = kWidth * kHeight;
+    const Bytes source = NoisePixels(size_t{kPixels} * 4);
+    const Bytes apart = YcckOf(Bytes(source.begin(), source.begin() + kPixels * 3));
+    const Bytes apartBack = RgbOfYcck(source);
+    for (const ClrIsa isa : InstructionSets()) {
+        const UseIsa use(isa);
+        for (const size_t shift : {size_t{0}, size_t{1}, size_t{130}}) {
+            Bytes room(source.size() + 2 * shift);
+            std::copy_n(source.begin(), kPixels * 3, room.begin() + static_cast<ptrdiff_t>(shift));
+            ASSERT_EQ(CLR_SUCCESS, ClrYcckFromHub(nullptr, &room[shift], room.data(), kWidth, kHeight, 0, 0));
+            EXPECT_EQ(apart, Bytes(room.begin(), room.begin() + kPixels * 4)) << testing::PrintToString(isa) << shift;
+            std::copy(source.begin(), source.end(), room.begin());
+            ASSERT_EQ(CLR_SUCCESS, ClrYcckToHub(nullptr, room.data(), &room[shift], kWidth, kHeight, 0, 0, 1));
+            const auto back = room.begin() + static_cast<ptrdiff_t>(shift);
+            EXPECT_EQ(apartBack, Bytes(back, back + kPixels * 3)) << testing::PrintToString(isa) << shift;
+        }
+    }
+}
+
+/// A converter's tables are data, and whoever changes an entry gets what they say.
+TEST(YcckKernels, FollowTablesThatAreNotTheUsualOnes) {
+    constexpr int32_t kPixels = 1000;
+    const Bytes in = NoisePixels(size_t{kPixels} * 4);
+    for (int change = 0; change < 6; ++change) {
+        ClrYcckTables tables{};
+        ClrFillYcckRange(tables);
+        ClrFillYcckDecoding(tables);
+        if (change != 0) ClrFillYcckEncoding(tables);
+        if (change == 2) tables.crToR[200] ^= 5;
+        if (change == 3) tables.rangeBytes[300] ^= 7;
+        if (change == 4) tables.bToCr[255] += 70000;
+        if (change == 5) tables.cbToG[0] += 65536 * 4;
+        ClrHandle converter{};
+        converter.activeMethod = CLRMETHOD_BUILTIN;
+        converter.ycckTables = &tables;
+        Bytes toYcck, toCmyk, hubToYcck, ycckToHub;
+        for (size_t i = 0; i < in.size(); i += 4) {
+            const Pixel<4> four = {in[i], in[i + 1], in[i + 2], in[i + 3]};
+            const Pixel<3> three = {in[i / 4 * 3], in[i / 4 * 3 + 1], in[i / 4 * 3 + 2]};
+            for (const uint8_t byte : Ycck::FromCmyk(tables, four)) toYcck.push_back(byte);
+            for (const uint8_t byte : Ycck::ToCmyk(tables, four)) toCmyk.push_back(byte);
+            for (const uint8_t byte : Ycck::FromCmyk(tables, Ycck::CmykFromHub(three))) hubToYcck.push_back(byte);
+            const Rgb rgb = Ycck::RgbFromCmyk(Ycck::ToCmyk(tables, four));
+            for (const uint8_t byte : {rgb.r, rgb.g, rgb.b}) ycckToHub.push_back(byte);
+        }
+        for (const ClrIsa isa : InstructionSets()) {
+            const UseIsa use(isa);
+            Bytes four(in.size()), three(size_t{kPixels} * 3);
+            ASSERT_EQ(CLR_SUCCESS, ClrCmykToYcck(&tables, in.data(), four.data(), kPixels, 1, 0));
+            EXPECT_EQ(toYcck, four) << change;
+            ASSERT_EQ(CLR_SUCCESS, ClrYcckToCmyk(&tables, in.data(), four.data(), kPixels, 1, 0));
+            EXPECT_EQ(toCmyk, four) << change;
+            ASSERT_EQ(CLR_SUCCESS, ClrYcckFromHub(&converter, in.data(), four.data(), kPixels, 1, 0, 0));
+            EXPECT_EQ(hubToYcck, four) << change;
+            ASSERT_EQ(0, ClrYcckToHub(&converter, in.data(), three.data(), kPixels, 1, 0, 0, 1));
+            EXPECT_EQ(ycckToHub, three) << change;
+        }
+    }
 }
 
 TEST(YcckKernels, BlackPassesUnchanged) {
