@@ -15,6 +15,9 @@
 #    define ZV_X86 0
 #endif
 
+// Whatever is told in the machine's own instructions here has a form in plain C++ beside it.
+// NOLINTBEGIN(portability-simd-intrinsics)
+
 namespace zv::inline ZV_ISA {
 
 #if ZV_ISA_LEVEL == 2
@@ -213,3 +216,5 @@ inline Floats Greatest(Floats a, Floats b) noexcept {
 #endif
 
 }  // namespace zv::inline ZV_ISA
+
+// NOLINTEND(portability-simd-intrinsics)

@@ -288,8 +288,9 @@ Bytes NoisePixels(size_t bytes) {
 TEST(YcckKernels, ReadTheWholeImageBeforeTheyWriteOverIt) {
     constexpr int32_t kWidth = 37, kHeight = 9, kPixels = kWidth * kHeight;
     const Bytes source = NoisePixels(size_t{kPixels} * 4);
-    const Bytes apart = YcckOf(Bytes(source.begin(), source.begin() + kPixels * 3));
-    const Bytes apartBack = RgbOfYcck(source);
+    Bytes apart(source.size()), apartBack(size_t{kPixels} * 3);
+    ASSERT_EQ(CLR_SUCCESS, ClrYcckFromHub(nullptr, source.data(), apart.data(), kWidth, kHeight, 0, 0));
+    ASSERT_EQ(CLR_SUCCESS, ClrYcckToHub(nullptr, source.data(), apartBack.data(), kWidth, kHeight, 0, 0, 1));
     for (const ClrIsa isa : InstructionSets()) {
         const UseIsa use(isa);
         for (const size_t shift : {size_t{0}, size_t{1}, size_t{130}}) {
