@@ -15,9 +15,6 @@
 #    define ZV_X86 0
 #endif
 
-// Whatever is told in the machine's own instructions here has a form in plain C++ beside it.
-// NOLINTBEGIN(portability-simd-intrinsics)
-
 namespace zv::inline ZV_ISA {
 
 #if ZV_ISA_LEVEL == 2
@@ -50,6 +47,15 @@ void StoreLanes(void* to, Vector lanes) noexcept {
     std::memcpy(to, &lanes, sizeof lanes);
 }
 
+template <class Vector>
+Vector Least(Vector a, Vector b) noexcept {
+    return a < b ? a : b;
+}
+template <class Vector>
+Vector Greatest(Vector a, Vector b) noexcept {
+    return a > b ? a : b;
+}
+
 /// kLanes bytes, each in a lane of its own.
 inline Ints LoadBytes(const uint8_t* from) noexcept {
 #if ZV_ISA_LEVEL == 2
@@ -72,7 +78,7 @@ inline Ints LoadSignedBytes(const uint8_t* from) noexcept { return LoadBytes(fro
 /// Each lane clamped to 0..255, as bytes.
 inline void StoreBytes(uint8_t* to, Ints lanes) noexcept {
 #if ZV_ISA_LEVEL == 2
-    const __m512i low = _mm512_max_epi32(reinterpret_cast<__m512i>(lanes), _mm512_setzero_si512());
+    const __m512i low = reinterpret_cast<__m512i>(Greatest(lanes, Ints{}));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm512_cvtusepi32_epi8(low));
 #elif ZV_ISA_LEVEL == 1
     const auto all = reinterpret_cast<__m256i>(lanes);
@@ -145,7 +151,7 @@ inline Words LoadByteWords(const uint8_t* from) noexcept {
 /// Each lane clamped to 0..255, as bytes.
 inline void StoreWordBytes(uint8_t* to, Words lanes) noexcept {
 #if ZV_ISA_LEVEL == 2
-    const __m512i low = _mm512_max_epi16(reinterpret_cast<__m512i>(lanes), _mm512_setzero_si512());
+    const __m512i low = reinterpret_cast<__m512i>(Greatest(lanes, Words{}));
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), _mm512_cvtusepi16_epi8(low));
 #elif ZV_ISA_LEVEL == 1
     const auto all = reinterpret_cast<__m256i>(lanes);
@@ -185,36 +191,5 @@ inline Ints Select(Ints mask, Ints yes, Ints no) noexcept { return (mask & yes) 
 inline Floats Select(Ints mask, Floats yes, Floats no) noexcept {
     return reinterpret_cast<Floats>(Select(mask, reinterpret_cast<Ints>(yes), reinterpret_cast<Ints>(no)));
 }
-template <class Vector>
-Vector Least(Vector a, Vector b) noexcept {
-    return a < b ? a : b;
-}
-template <class Vector>
-Vector Greatest(Vector a, Vector b) noexcept {
-    return a > b ? a : b;
-}
-#if ZV_X86
-// The same, in one instruction that GCC 12 does not find by itself.
-inline Floats Least(Floats a, Floats b) noexcept {
-#    if ZV_ISA_LEVEL == 2
-    return reinterpret_cast<Floats>(_mm512_min_ps(reinterpret_cast<__m512>(a), reinterpret_cast<__m512>(b)));
-#    elif ZV_ISA_LEVEL == 1
-    return reinterpret_cast<Floats>(_mm256_min_ps(reinterpret_cast<__m256>(a), reinterpret_cast<__m256>(b)));
-#    else
-    return reinterpret_cast<Floats>(_mm_min_ps(reinterpret_cast<__m128>(a), reinterpret_cast<__m128>(b)));
-#    endif
-}
-inline Floats Greatest(Floats a, Floats b) noexcept {
-#    if ZV_ISA_LEVEL == 2
-    return reinterpret_cast<Floats>(_mm512_max_ps(reinterpret_cast<__m512>(a), reinterpret_cast<__m512>(b)));
-#    elif ZV_ISA_LEVEL == 1
-    return reinterpret_cast<Floats>(_mm256_max_ps(reinterpret_cast<__m256>(a), reinterpret_cast<__m256>(b)));
-#    else
-    return reinterpret_cast<Floats>(_mm_max_ps(reinterpret_cast<__m128>(a), reinterpret_cast<__m128>(b)));
-#    endif
-}
-#endif
 
 }  // namespace zv::inline ZV_ISA
-
-// NOLINTEND(portability-simd-intrinsics)

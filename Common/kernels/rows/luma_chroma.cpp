@@ -12,7 +12,7 @@ namespace {
 Bytes BytesInARow(const Ints (&lanes)[4]) noexcept {
 #if ZV_ISA_LEVEL == 2
     const auto quarter = [&](size_t i) {
-        return _mm512_cvtusepi32_epi8(_mm512_max_epi32(reinterpret_cast<__m512i>(lanes[i]), _mm512_setzero_si512()));
+        return _mm512_cvtusepi32_epi8(reinterpret_cast<__m512i>(Greatest(lanes[i], Ints{})));
     };
     __m512i bytes = _mm512_castsi128_si512(quarter(0));
     bytes = _mm512_inserti32x4(bytes, quarter(1), 1);
