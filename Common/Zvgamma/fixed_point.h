@@ -7,7 +7,8 @@
 
 #include "Common/kernels/isa.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 static_assert(FLT_EVAL_METHOD == 0, "double steps must not be computed wider than they are");
 
@@ -88,4 +89,5 @@ constexpr FixedPosition PositionIn(uint16_t domain, uint16_t word) noexcept {
     return {p >> 16, p & 0xFFFFU};
 }
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

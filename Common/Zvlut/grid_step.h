@@ -5,7 +5,8 @@
 
 #include "Common/Zvgamma/fixed_point.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 /// Where a word falls on an axis of a grid.
 struct GridPosition {
@@ -50,4 +51,5 @@ constexpr uint16_t BlendedWord(double fraction, uint16_t first, uint16_t second)
     return LowWord(TruncateClamped(difference * fraction * kFixedUnit + first));
 }
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

@@ -9,7 +9,8 @@
 
 #include "Common/kernels/isa.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 static_assert(FLT_EVAL_METHOD == 0, "single and double steps must not be computed wider than they are");
 
@@ -75,4 +76,5 @@ constexpr int32_t ClrMulDiv(int32_t a, int32_t b, int32_t c) noexcept {
     return result > INT32_MAX || result < -INT32_MAX ? -1 : static_cast<int32_t>(result);
 }
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

@@ -5,7 +5,8 @@
 
 #include "Common/kernels/arithmetic.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 struct Xyz {
     static constexpr int32_t kPixelBytes = 3;
@@ -114,4 +115,5 @@ struct Lab {
     static Rgb ToRgb(Pixel<3> p) noexcept { return ClrLabToPixel(Lightness(p[0]), SignExtend(p[1]), SignExtend(p[2])); }
 };
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

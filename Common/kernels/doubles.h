@@ -5,7 +5,8 @@
 
 #include "Common/kernels/lanes.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 /// As many lanes as Ints has: the first half, then the second.
 struct DoublePair {
@@ -75,4 +76,5 @@ static_assert([] {
     return true;
 }());
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

@@ -5,7 +5,8 @@
 #include "Common/converter.h"
 #include "Common/kernels/arithmetic.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 /// The grid of a table from CMYK: C, M, Y, K, the last fastest; a node for each 16 values, the last for 255.
 inline constexpr int32_t kCmykGridPoints = 17;
@@ -84,4 +85,5 @@ struct LabToHubEmulation {
     }
 };
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

@@ -7,7 +7,8 @@
 
 #include "Common/kernels/arithmetic.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 struct HueRgb {
     int32_t r, g, b;
@@ -219,4 +220,5 @@ private:
     }
 };
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

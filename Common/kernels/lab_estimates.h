@@ -7,7 +7,8 @@
 #include "Common/kernels/powers.h"
 #include "Common/kernels/quads.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 inline Floats Magnitude(Floats lanes) noexcept {
     return reinterpret_cast<Floats>(reinterpret_cast<Ints>(lanes) & INT32_MAX);
@@ -149,4 +150,5 @@ void RedoOnce(const ClosePixels& close, const Load& load, const Define& define, 
     });
 }
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

@@ -84,7 +84,8 @@ void ClrBuildLabEncode(ClrLabEncodeRecord* record, int32_t gammaPercent) noexcep
 
 }  // namespace zv
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 /// (a * b + 32768) >> 16 on the exact product, kept to 32 bits.
 constexpr int32_t ClrFixMul(int32_t a, int32_t b) noexcept {
@@ -190,4 +191,5 @@ inline Rgb LabToRgb(const ClrLabDecodeRecord& record, Pixel<3> pixel) noexcept {
     return {byte(row(0, x, y, z)), byte(row(3, x, y, z)), byte(row(6, x, y, z))};
 }
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

@@ -15,7 +15,8 @@
 #    define ZV_X86 0
 #endif
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 #if ZV_ISA_LEVEL == 2
 inline constexpr int32_t kLanes = 16;
@@ -192,4 +193,5 @@ inline Floats Select(Ints mask, Floats yes, Floats no) noexcept {
     return reinterpret_cast<Floats>(Select(mask, reinterpret_cast<Ints>(yes), reinterpret_cast<Ints>(no)));
 }
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

@@ -5,7 +5,8 @@
 
 #include "Common/kernels/arithmetic.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 struct Yuv {
     static constexpr int32_t kPixelBytes = 3;
@@ -91,4 +92,5 @@ private:
     }
 };
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

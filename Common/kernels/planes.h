@@ -12,7 +12,8 @@
 #include "Common/kernels/lanes.h"
 #include "Common/kernels/rows.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 /// Pixels that a row loop takes in before it writes any: a conversion in place of pixels of one size may overlap.
 inline constexpr int32_t kBlock = 64;
@@ -488,4 +489,5 @@ private:
     uint64_t pixels_ = 0;
 };
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

@@ -3,7 +3,8 @@
 
 #include "Common/kernels/lanes.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 /// The cube root of normal numbers from 2^-60 to 2^60, off by less than 2.7 * 2^-24 of it.
 ///
@@ -23,4 +24,5 @@ inline Floats CubeRoot(Floats t) noexcept {
 }
 inline constexpr double kCubeRootError = 2.7 / (1 << 24);
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

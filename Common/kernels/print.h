@@ -30,7 +30,8 @@ extern const ClrYcckTables& ClrGlobalYcckTables;
 
 }  // namespace zv
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 struct Cmy {
     static constexpr int32_t kPixelBytes = 3;
@@ -202,4 +203,5 @@ struct Ycck {
     }
 };
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

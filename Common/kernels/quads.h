@@ -3,7 +3,8 @@
 
 #include "Common/kernels/planes.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 #if ZV_X86
 
@@ -82,4 +83,5 @@ void LookUp(const uint32_t* table, const int32_t* places, uint32_t* found) noexc
     }
 }
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

@@ -6,7 +6,8 @@
 
 #include "Common/kernels/lanes.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 /// n / d, cut to an integer. For integers n below 2^24 it is the exact one: a quotient that is none lies at least 1 / d
 /// below the next integer, which is more than the n / d * 2^-24 that rounding can add. Halves of integers are no
@@ -49,4 +50,5 @@ UnsignedWords Quotient(UnsignedWords n) noexcept {
     return UpperProduct(n, UnsignedWords{} + uint16_t{kReciprocal}) >> (kShift - 16);
 }
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

@@ -4,7 +4,8 @@
 
 #include "Common/kernels/arithmetic.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 struct StudioYuv {
     /// Y, U, V before they are cut to bytes. Taking 0.5 off makes the chroma of black exactly 128.
@@ -50,4 +51,5 @@ struct Rgb444 {
     }
 };
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

@@ -11,7 +11,8 @@
 
 #include "Common/kernels/planes.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 constexpr double Magnitude(double value) noexcept { return value < 0 ? -value : value; }
 
@@ -226,4 +227,5 @@ template <class Codec>
 inline constexpr ClrHubRows kRunRows = {{FromHubByRuns<Codec, false>, FromHubByRuns<Codec, true>},
                                         {ToHubByRuns<Codec, false>, ToHubByRuns<Codec, true>}};
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

@@ -4,7 +4,8 @@
 #include "Common/Zvlut/grid_step.h"
 #include "Common/kernels/lanes.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 namespace {
 
@@ -326,4 +327,5 @@ void ShaperRows(const CmmByteShaper& shaper, const uint8_t* from, uint8_t* to, u
 
 const CmmByteRowTable kCmmByteRows = {GridRows, ShaperRows};
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

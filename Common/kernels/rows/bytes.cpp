@@ -1,7 +1,8 @@
 // What only moves bytes or bits of bytes: the hub's other order, the complement, and four bits a channel.
 #include "Common/kernels/planes.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 namespace {
 
@@ -99,4 +100,5 @@ const ByteRowTable kByteRows = {
     SwapRow<false>,
 };
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

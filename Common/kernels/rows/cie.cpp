@@ -2,7 +2,8 @@
 
 #include "Common/kernels/word_sums.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 namespace {
 
@@ -39,4 +40,5 @@ struct XyzRows {
 
 const ClrHubRows kXyzRows = kRunRows<XyzRows>;
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

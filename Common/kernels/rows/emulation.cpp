@@ -2,7 +2,8 @@
 
 #include "Common/kernels/planes.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 namespace {
 
@@ -156,4 +157,5 @@ const EmulationRowTable kEmulationRows = {
     kHubRows<LabNodeRows>,
 };
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

@@ -4,7 +4,8 @@
 #include "Common/kernels/planes.h"
 #include "Common/kernels/quotients.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 namespace {
 
@@ -266,4 +267,5 @@ const HueRowTable kHueRows = {
      {ToHubRow<HsiDecoder, false>, ToHubRow<HsiDecoder, true>}},
 };
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

@@ -1,6 +1,7 @@
 #include "Common/kernels/lab_estimates.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 namespace {
 
@@ -96,4 +97,5 @@ private:
 
 const ClrHubRows kLabRows = kHubRows<LabCodec>;
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

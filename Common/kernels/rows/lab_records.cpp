@@ -1,6 +1,7 @@
 #include "Common/kernels/lab_estimates.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 namespace {
 
@@ -185,4 +186,5 @@ struct DecodeRows {
 const ClrHubRows kLabRecordRows = {{EncodeRow<false>, EncodeRow<true>},
                                    {ToHubRow<DecodeRows, false>, ToHubRow<DecodeRows, true>}};
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

@@ -4,7 +4,8 @@
 #include "Common/kernels/planes.h"
 #include "Common/kernels/word_sums.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 namespace {
 
@@ -279,4 +280,5 @@ struct YcbcrRows {
 
 const LumaChromaRowTable kLumaChromaRows = {kRunRows<YuvRows>, kRunRows<YiqRows>, kRunRows<YcbcrRows>};
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

@@ -4,7 +4,8 @@
 #include "Common/kernels/planes.h"
 #include "Common/kernels/quotients.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 namespace {
 
@@ -227,4 +228,5 @@ const PrintRowTable kPrintRows = {
     kHubRows<CmykRows>, CmykToYcckRow, YcckToCmykRow, HubToYcckRow, {YcckToHubRow<false>, YcckToHubRow<true>},
 };
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv

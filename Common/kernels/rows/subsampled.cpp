@@ -2,7 +2,8 @@
 
 #include "Common/kernels/planes.h"
 
-namespace zv::inline ZV_ISA {
+namespace zv {
+inline namespace ZV_ISA {
 
 namespace {
 
@@ -323,4 +324,5 @@ const SubsampledRowTable kSubsampledRows = {
     {Yvu9Row<false>, Yvu9Row<true>},
 };
 
-}  // namespace zv::inline ZV_ISA
+}  // namespace ZV_ISA
+}  // namespace zv
