@@ -36,10 +36,6 @@ namespace {
 bool Readable(const void* address, size_t size) { return IsBadReadPtr(address, size) == 0; }
 bool Writable(void* address, size_t size) { return IsBadWritePtr(address, size) == 0; }
 
-void LoadAll(const uint8_t* bytes, size_t size) {
-    for (size_t i = 0; i < size; ++i) static_cast<void>(*static_cast<const volatile uint8_t*>(bytes + i));
-}
-
 constexpr char kText[] = "constant";
 
 TEST(MemoryProbe, OfNoBytesSucceedsAnywhere) {
@@ -228,6 +224,10 @@ TEST(MemoryProbe, LosesNothingThatAnotherThreadWrites) {
 }
 
 #ifndef _WIN32
+
+void LoadAll(const uint8_t* bytes, size_t size) {
+    for (size_t i = 0; i < size; ++i) static_cast<void>(*static_cast<const volatile uint8_t*>(bytes + i));
+}
 
 /// Anonymous pages of one protection, unmapped at the end.
 class Mapping {
