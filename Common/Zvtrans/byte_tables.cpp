@@ -14,7 +14,7 @@ namespace {
 /// Sixteen bytes each. Larger grids are rare, and their nodes would not stay in a cache.
 constexpr int64_t kMostNodes = 1 << 18;
 /// No block is large, whatever a profile claims. One holds two whole slices or more.
-constexpr size_t kBlockNodes = 1 << 14;
+constexpr size_t kBlockNodes = 17 << 10;
 constexpr size_t kMostBlocks = 32;
 
 }  // namespace
@@ -41,6 +41,10 @@ constexpr uint32_t kNodeNumbers = 4;
 constexpr size_t kAlignment = 32;
 constexpr uint32_t kMostPoints = 64;  // of three axes with the most nodes
 
+/// Places a multiple of this apart meet in one set of a cache, and with stores to a third such place.
+constexpr uint32_t kPageNumbers = 4096 / sizeof(float);
+constexpr uint32_t kLineNumbers = 64 / sizeof(float);
+
 constexpr uint16_t WordOf(uint32_t byte) noexcept { return static_cast<uint16_t>(byte * 257); }
 
 bool HasBytes(uint32_t format) noexcept { return FormatBytes(format) == 1; }
@@ -50,10 +54,6 @@ bool IsReversed(uint32_t format) noexcept { return FormatReversed(format) && For
 /// Of a channel in a pixel of that format.
 uint32_t ByteOfChannel(uint32_t format, uint32_t channel) noexcept {
     return IsReversed(format) ? 2 - channel : channel;
-}
-
-size_t NodesOfSlice(const CmmLut& lut) noexcept {
-    return static_cast<size_t>(CmmGridEntries(lut.gridPoints, lut.inputChannels - 1, 1));
 }
 
 CmmByteTables* Alloc(const CmmTransform& t) noexcept {
@@ -70,9 +70,11 @@ float* Aligned(float* block) noexcept {
 
 /// Places for the slices of a grid, each followed by the next; false without memory. So the last slice of a block is
 /// the first of the next one too.
-bool AllocSlices(CmmByteTables& tables, uint32_t points, size_t sliceNodes, float* (&slices)[kMostPoints]) noexcept {
-    const size_t perBlock = sliceNodes < kBlockNodes / 2 ? kBlockNodes / sliceNodes - 1 : 1;
-    const size_t blockNumbers = (perBlock + 1) * sliceNodes * kNodeNumbers;
+bool AllocSlices(CmmByteTables& tables, uint32_t points, float* (&slices)[kMostPoints]) noexcept {
+    constexpr size_t kMostNumbers = kBlockNodes * kNodeNumbers;
+    const size_t sliceNumbers = tables.grid.axes[0].stride;
+    const size_t perBlock = sliceNumbers < kMostNumbers / 2 ? kMostNumbers / sliceNumbers - 1 : 1;
+    const size_t blockNumbers = (perBlock + 1) * sliceNumbers;
     for (size_t i = 0; i + 1 < points; ++i) {
         float*& block = tables.blocks[i / perBlock];
         if (block == nullptr) {
@@ -80,7 +82,7 @@ bool AllocSlices(CmmByteTables& tables, uint32_t points, size_t sliceNodes, floa
             block = static_cast<float*>(HostAllocZeroed(bytes, 1, __LINE__, kSource));
             if (block == nullptr) return false;
         }
-        slices[i] = Aligned(block) + i % perBlock * sliceNodes * kNodeNumbers;
+        slices[i] = Aligned(block) + i % perBlock * sliceNumbers;
     }
     return true;
 }
@@ -114,23 +116,32 @@ float NodeNumber(uint16_t word, uint32_t inputs) noexcept {
 }
 
 /// Each node has its place in a slice, and behind the slice before.
-void FillNodes(const CmmTransform& t, float* const (&slices)[kMostPoints]) noexcept {
+void FillNodes(const CmmTransform& t, const CmmByteGrid& grid, float* const (&slices)[kMostPoints]) noexcept {
     const CmmLut& lut = *t.gridLut;
     const uint32_t inputs = lut.inputChannels, outputs = lut.outputChannels, points = lut.gridPoints;
-    const bool reversed = IsReversed(t.inputFormat);
-    const size_t sliceNodes = NodesOfSlice(lut), sliceNumbers = kNodeNumbers * sliceNodes;
     uint32_t byteOf[kNodeNumbers];
     for (uint32_t o = 0; o < outputs; ++o) byteOf[o] = ByteOfChannel(t.outputFormat, o);
     float node[kNodeNumbers];
     for (float& number : node) number = NodeNumber(0, inputs);
     const uint16_t* word = lut.clut;
-    for (uint32_t first = 0; first < points; ++first) {
-        for (size_t i = 0; i < sliceNodes; ++i, word += outputs) {
+    const auto fillLine = [&](uint32_t first, size_t line) {
+        for (uint32_t last = 0; last < points; ++last, word += outputs) {
             for (uint32_t o = 0; o < outputs; ++o) node[byteOf[o]] = NodeNumber(word[o], inputs);
-            const size_t slice = reversed ? i % points : first;
-            const size_t at = reversed ? i / points * points + first : i;
-            if (slice + 1 < points) std::memcpy(slices[slice] + at * kNodeNumbers, node, sizeof node);
-            if (slice > 0) std::memcpy(slices[slice - 1] + sliceNumbers + at * kNodeNumbers, node, sizeof node);
+            const size_t slice = grid.reversed ? last : first;
+            const size_t at = line + size_t{grid.reversed ? first : last} * kNodeNumbers;
+            if (slice + 1 < points) std::memcpy(slices[slice] + at, node, sizeof node);
+            if (slice > 0) std::memcpy(slices[slice - 1] + grid.axes[0].stride + at, node, sizeof node);
+        }
+    };
+    for (uint32_t first = 0; first < points; ++first) {
+        for (size_t i = 0; i < points; ++i) {
+            if (inputs == 3) {
+                fillLine(first, i * grid.axes[1].stride);
+            } else {
+                for (size_t j = 0; j < points; ++j) {
+                    fillLine(first, i * grid.axes[1].stride + j * grid.axes[2].stride);
+                }
+            }
         }
     }
 }
@@ -146,11 +157,6 @@ CmmByteTables* MakeGrid(const CmmTransform& t) noexcept {
     if (count < 0 || count > kMostNodes) return nullptr;
     CmmByteTables* tables = Alloc(t);
     if (tables == nullptr) return nullptr;
-    float* slices[kMostPoints] = {};
-    if (!AllocSlices(*tables, lut.gridPoints, NodesOfSlice(lut), slices)) {
-        CmmFreeByteTables(tables);
-        return nullptr;
-    }
     tables->lut = &lut;
     tables->patches = lut.patches;
     CmmByteGrid& grid = tables->grid;
@@ -159,18 +165,26 @@ CmmByteTables* MakeGrid(const CmmTransform& t) noexcept {
     grid.reversed = IsReversed(t.inputFormat);
     uint32_t stride = kNodeNumbers;
     for (uint32_t i = inputs; i-- > 0; stride *= lut.gridPoints) {
+        if (stride % kPageNumbers == 0) stride += kLineNumbers;
+        grid.axes[i].stride = stride;
+    }
+    float* slices[kMostPoints] = {};
+    if (!AllocSlices(*tables, lut.gridPoints, slices)) {
+        CmmFreeByteTables(tables);
+        return nullptr;
+    }
+    for (uint32_t i = 0; i < inputs; ++i) {
         CmmByteAxis& axis = grid.axes[i];
-        axis.stride = stride;
         for (uint32_t v = 0; v < 256; ++v) {
             const uint32_t low = FillPosition(axis, v, lut.clutParams.domain, inputs == 4 && i == 0);
             if (i > 0) {
-                axis.offsets[v] = low * stride;
+                axis.offsets[v] = low * axis.stride;
             } else {
                 grid.slices[v] = slices[low];
             }
         }
     }
-    FillNodes(t, slices);
+    FillNodes(t, grid, slices);
     return tables;
 }
 
