@@ -5,6 +5,7 @@
 #include "Common/kernels/byte_cells.h"
 #include "Common/kernels/kernels.h"
 #include "Common/kernels/lazy_table.h"
+#include "Common/kernels/plain_rows.h"
 #include "Common/kernels/row_frame.h"
 
 namespace zv {

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "Common/kernels/kernels.h"
+#include "Common/kernels/plain_rows.h"
 #include "Common/kernels/row_frame.h"
 #include "host/memory.h"
 
