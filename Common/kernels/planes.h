@@ -38,81 +38,11 @@ inline constexpr size_t kReach = ZV_ISA_LEVEL == 2 ? 64 : 16;
 typedef uint8_t Bytes __attribute__((vector_size(kShuffled)));
 static_assert(kBlock % kShuffled == 0);
 
-#if ZV_ISA_LEVEL == 0 && ZV_X86
+// ShuffleRun puts a run's bytes in another order: lane i of vector V takes Places<kChannels, V>::At(i). Where a shuffle
+// reaches half a vector, each half is a run of its own.
 
-// SSE2 has no shuffle of bytes, only one that interleaves halves and one that narrows words.
+#if ZV_ISA_LEVEL == 2
 
-inline __m128i Word(Bytes b) noexcept { return reinterpret_cast<__m128i>(b); }
-inline Bytes Interleaved(__m128i a, __m128i b) noexcept { return reinterpret_cast<Bytes>(_mm_unpacklo_epi8(a, b)); }
-inline __m128i UpperHalf(Bytes b) noexcept { return _mm_unpackhi_epi64(Word(b), Word(b)); }
-inline __m128i EvenBytes(Bytes b) noexcept { return _mm_and_si128(Word(b), _mm_set1_epi16(255)); }
-inline __m128i OddBytes(Bytes b) noexcept { return _mm_srli_epi16(Word(b), 8); }
-inline Bytes Narrowed(__m128i a, __m128i b) noexcept { return reinterpret_cast<Bytes>(_mm_packus_epi16(a, b)); }
-
-/// 32 bytes: even ones, then odd ones.
-inline void DealTwo(Bytes& a, Bytes& b) noexcept {
-    const Bytes even = Narrowed(EvenBytes(a), EvenBytes(b));
-    b = Narrowed(OddBytes(a), OddBytes(b));
-    a = even;
-}
-inline void WeaveTwo(Bytes& a, Bytes& b) noexcept {
-    const auto high = reinterpret_cast<Bytes>(_mm_unpackhi_epi8(Word(a), Word(b)));
-    a = Interleaved(Word(a), Word(b));
-    b = high;
-}
-
-template <size_t kChannels>
-void DealRun(Bytes (&run)[kChannels]) noexcept {
-    if constexpr (kChannels == 2) {
-        DealTwo(run[0], run[1]);
-    } else if constexpr (kChannels == 3) {
-        // Each round interleaves the first 24 bytes with the last 24: byte n comes to 2n, all modulo 47. After four,
-        // byte 3i is at 48i mod 47 = i.
-        for (int round = 0; round < 4; ++round) {
-            const Bytes a = Interleaved(Word(run[0]), UpperHalf(run[1]));
-            const Bytes b = Interleaved(UpperHalf(run[0]), Word(run[2]));
-            run[2] = Interleaved(Word(run[1]), UpperHalf(run[2]));
-            run[0] = a;
-            run[1] = b;
-        }
-    } else {
-        DealTwo(run[0], run[1]);  // first and third channel of eight pixels, second and fourth of them
-        DealTwo(run[2], run[3]);
-        std::swap(run[1], run[2]);
-        DealTwo(run[0], run[1]);
-        DealTwo(run[2], run[3]);
-        std::swap(run[1], run[2]);
-    }
-}
-
-/// Back.
-template <size_t kChannels>
-void WeaveRun(Bytes (&run)[kChannels]) noexcept {
-    if constexpr (kChannels == 2) {
-        WeaveTwo(run[0], run[1]);
-    } else if constexpr (kChannels == 3) {
-        for (int round = 0; round < 4; ++round) {
-            const Bytes a = Narrowed(EvenBytes(run[0]), EvenBytes(run[1]));
-            const Bytes b = Narrowed(EvenBytes(run[2]), OddBytes(run[0]));
-            run[2] = Narrowed(OddBytes(run[1]), OddBytes(run[2]));
-            run[0] = a;
-            run[1] = b;
-        }
-    } else {
-        std::swap(run[1], run[2]);
-        WeaveTwo(run[0], run[1]);
-        WeaveTwo(run[2], run[3]);
-        std::swap(run[1], run[2]);
-        WeaveTwo(run[0], run[1]);
-        WeaveTwo(run[2], run[3]);
-    }
-}
-
-#else
-
-#    if ZV_ISA_LEVEL == 2
-
-/// Bytes of a run by their places in it: Places::At(I) for lane I.
 template <class Places, size_t kVectors, size_t... kI>
 Bytes Gathered(const Bytes (&run)[kVectors], std::index_sequence<kI...>) noexcept {
     // A shuffle takes any bytes of two vectors: what has been gathered so far, and the run's next.
@@ -129,9 +59,18 @@ Bytes Gathered(const Bytes (&run)[kVectors], std::index_sequence<kI...>) noexcep
     return gathered;
 }
 
-#    else
+template <template <size_t, size_t> class Places, size_t kChannels>
+void ShuffleRun(Bytes (&run)[kChannels]) noexcept {
+    const auto all = [&]<size_t... kVector>(std::index_sequence<kVector...>) {
+        const Bytes shuffled[] = {Gathered<Places<kChannels, kVector>>(run, std::make_index_sequence<kShuffled>{})...};
+        for (size_t i = 0; i < kChannels; ++i) run[i] = shuffled[i];
+    };
+    all(std::make_index_sequence<kChannels>{});
+}
 
-/// Where a shuffle finds the bytes of lanes 0 to 15 that stand in vector kVector of a run; 128 makes it give 0.
+#elif ZV_ISA_LEVEL == 1
+
+/// Where a shuffle finds the bytes that stand in vector kVector of a run; 128 makes it give 0.
 template <class Places, size_t kVector>
 constexpr auto kShuffle = [] {
     std::array<uint8_t, kShuffled> places{};
@@ -149,21 +88,13 @@ constexpr bool kShuffleFindsAny = [] {
     return false;
 }();
 
-/// The same in each half of the vectors, which is a run of its own.
-template <class Places, size_t kVectors, size_t... kI>
-Bytes Gathered(const Bytes (&run)[kVectors], std::index_sequence<kI...>) noexcept {
+template <class Places, size_t kVectors>
+Bytes Gathered(const Bytes (&run)[kVectors]) noexcept {
     Bytes gathered = {};
     const auto add = [&]<size_t kVector>() {
         if constexpr (kShuffleFindsAny<Places, kVector>) {
-#        if ZV_ISA_LEVEL == 1
             const auto places = LoadLanes<__m256i>(kShuffle<Places, kVector>.data());
             gathered |= reinterpret_cast<Bytes>(_mm256_shuffle_epi8(reinterpret_cast<__m256i>(run[kVector]), places));
-#        else
-            for (size_t i = 0; i < kShuffled; ++i) {
-                const uint8_t place = kShuffle<Places, kVector>[i];
-                if (place < kReach) gathered[i] = run[kVector][place];
-            }
-#        endif
         }
     };
     add.template operator()<0>();
@@ -173,7 +104,197 @@ Bytes Gathered(const Bytes (&run)[kVectors], std::index_sequence<kI...>) noexcep
     return gathered;
 }
 
+template <template <size_t, size_t> class Places, size_t kChannels>
+void ShuffleRun(Bytes (&run)[kChannels]) noexcept {
+    const auto all = [&]<size_t... kVector>(std::index_sequence<kVector...>) {
+        const Bytes shuffled[] = {Gathered<Places<kChannels, kVector>>(run)...};
+        for (size_t i = 0; i < kChannels; ++i) run[i] = shuffled[i];
+    };
+    all(std::make_index_sequence<kChannels>{});
+}
+
+#elif !ZV_X86
+
+template <template <size_t, size_t> class Places, size_t kChannels>
+void ShuffleRun(Bytes (&run)[kChannels]) noexcept {
+    uint8_t from[kChannels * kReach], to[kChannels * kReach];
+    std::memcpy(from, run, sizeof from);
+    const auto all = [&]<size_t... kVector>(std::index_sequence<kVector...>) {
+        const auto fill = [&]<class Of>(uint8_t* vector) {
+            for (size_t i = 0; i < kReach; ++i) vector[i] = from[Of::At(i)];
+        };
+        (fill.template operator()<Places<kChannels, kVector>>(to + kVector * kReach), ...);
+    };
+    all(std::make_index_sequence<kChannels>{});
+    std::memcpy(run, to, sizeof to);
+}
+
+#endif
+
+/// In vector kVector of a run, the bytes of channel kChannel of three.
+template <size_t kVector, size_t kChannel>
+constexpr auto kChannelMask = [] {
+    std::array<uint8_t, kShuffled> mask{};
+    for (size_t i = 0; i < kShuffled; ++i) mask[i] = (kVector * kReach + i % kReach) % 3 == kChannel ? 255 : 0;
+    return mask;
+}();
+
+#if ZV_ISA_LEVEL < 2 && ZV_X86
+
+#    if ZV_ISA_LEVEL == 0
+inline __m128i Register(Bytes b) noexcept { return reinterpret_cast<__m128i>(b); }
+inline Bytes LowInterleaved(Bytes a, Bytes b) noexcept {
+    return reinterpret_cast<Bytes>(_mm_unpacklo_epi8(Register(a), Register(b)));
+}
+inline Bytes HighInterleaved(Bytes a, Bytes b) noexcept {
+    return reinterpret_cast<Bytes>(_mm_unpackhi_epi8(Register(a), Register(b)));
+}
+/// Of words below 256.
+inline Bytes Narrowed(UnsignedWords a, UnsignedWords b) noexcept {
+    return reinterpret_cast<Bytes>(_mm_packus_epi16(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
+}
+#    else
+inline __m256i Register(Bytes b) noexcept { return reinterpret_cast<__m256i>(b); }
+inline Bytes LowInterleaved(Bytes a, Bytes b) noexcept {
+    return reinterpret_cast<Bytes>(_mm256_unpacklo_epi8(Register(a), Register(b)));
+}
+inline Bytes HighInterleaved(Bytes a, Bytes b) noexcept {
+    return reinterpret_cast<Bytes>(_mm256_unpackhi_epi8(Register(a), Register(b)));
+}
+inline Bytes Narrowed(UnsignedWords a, UnsignedWords b) noexcept {
+    return reinterpret_cast<Bytes>(_mm256_packus_epi16(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
+}
 #    endif
+
+inline UnsignedWords EvenBytes(Bytes b) noexcept { return reinterpret_cast<UnsignedWords>(b) & 255; }
+inline UnsignedWords OddBytes(Bytes b) noexcept { return reinterpret_cast<UnsignedWords>(b) >> 8; }
+
+/// Even bytes, then odd ones.
+inline void DealTwo(Bytes& a, Bytes& b) noexcept {
+    const Bytes even = Narrowed(EvenBytes(a), EvenBytes(b));
+    b = Narrowed(OddBytes(a), OddBytes(b));
+    a = even;
+}
+inline void WeaveTwo(Bytes& a, Bytes& b) noexcept {
+    const Bytes high = HighInterleaved(a, b);
+    a = LowInterleaved(a, b);
+    b = high;
+}
+
+#    if ZV_ISA_LEVEL == 0
+
+// SSE2 has no shuffle of bytes, only one that interleaves halves and one that narrows words.
+
+inline Bytes UpperHalf(Bytes b) noexcept {
+    return reinterpret_cast<Bytes>(_mm_unpackhi_epi64(Register(b), Register(b)));
+}
+
+/// Each round interleaves the first 24 bytes with the last 24: byte n comes to 2n, all modulo 47. After four, byte 3i
+/// is at 48i mod 47 = i.
+inline void DealThree(Bytes (&run)[3]) noexcept {
+    for (int round = 0; round < 4; ++round) {
+        const Bytes a = LowInterleaved(run[0], UpperHalf(run[1]));
+        const Bytes b = LowInterleaved(UpperHalf(run[0]), run[2]);
+        run[2] = LowInterleaved(run[1], UpperHalf(run[2]));
+        run[0] = a;
+        run[1] = b;
+    }
+}
+inline void WeaveThree(Bytes (&run)[3]) noexcept {
+    for (int round = 0; round < 4; ++round) {
+        const Bytes a = Narrowed(EvenBytes(run[0]), EvenBytes(run[1]));
+        const Bytes b = Narrowed(EvenBytes(run[2]), OddBytes(run[0]));
+        run[2] = Narrowed(OddBytes(run[1]), OddBytes(run[2]));
+        run[0] = a;
+        run[1] = b;
+    }
+}
+
+#    else
+
+// No two bytes of a channel stand at one place of their vectors, 3 being prime to 16: a channel is blended from all
+// three first and put in order by one shuffle.
+
+/// Where a channel's pixels stand, and where the bytes of a vector find theirs in their plane.
+template <size_t kChannel>
+constexpr auto kDealt = [] {
+    std::array<uint8_t, kShuffled> places{};
+    for (size_t i = 0; i < kShuffled; ++i) places[i] = static_cast<uint8_t>((i % kReach * 3 + kChannel) % kReach);
+    return places;
+}();
+template <size_t kChannel>
+constexpr auto kWoven = [] {
+    std::array<uint8_t, kShuffled> places{};
+    for (size_t i = 0; i < kShuffled; ++i) {
+        places[kDealt<kChannel>[i] + i / kReach * kReach] = static_cast<uint8_t>(i % kReach);
+    }
+    return places;
+}();
+
+inline Bytes Shuffled(Bytes b, const std::array<uint8_t, kShuffled>& places) noexcept {
+    return reinterpret_cast<Bytes>(_mm256_shuffle_epi8(Register(b), LoadLanes<__m256i>(places.data())));
+}
+inline Bytes Blended(Bytes no, Bytes yes, const std::array<uint8_t, kShuffled>& mask) noexcept {
+    return reinterpret_cast<Bytes>(_mm256_blendv_epi8(Register(no), Register(yes), LoadLanes<__m256i>(mask.data())));
+}
+
+inline void DealThree(Bytes (&run)[3]) noexcept {
+    const auto channel = [&]<size_t kChannel>() {
+        const Bytes two = Blended(run[0], run[1], kChannelMask<1, kChannel>);
+        return Shuffled(Blended(two, run[2], kChannelMask<2, kChannel>), kDealt<kChannel>);
+    };
+    const Bytes a = channel.template operator()<0>();
+    const Bytes b = channel.template operator()<1>();
+    run[2] = channel.template operator()<2>();
+    run[0] = a;
+    run[1] = b;
+}
+inline void WeaveThree(Bytes (&run)[3]) noexcept {
+    const Bytes a = Shuffled(run[0], kWoven<0>), b = Shuffled(run[1], kWoven<1>), c = Shuffled(run[2], kWoven<2>);
+    const auto vector = [&]<size_t kVector>() {
+        return Blended(Blended(a, b, kChannelMask<kVector, 1>), c, kChannelMask<kVector, 2>);
+    };
+    run[0] = vector.template operator()<0>();
+    run[1] = vector.template operator()<1>();
+    run[2] = vector.template operator()<2>();
+}
+
+#    endif
+
+template <size_t kChannels>
+void DealRun(Bytes (&run)[kChannels]) noexcept {
+    if constexpr (kChannels == 2) {
+        DealTwo(run[0], run[1]);
+    } else if constexpr (kChannels == 3) {
+        DealThree(run);
+    } else {
+        DealTwo(run[0], run[1]);  // first and third channel of half the pixels, second and fourth of them
+        DealTwo(run[2], run[3]);
+        std::swap(run[1], run[2]);
+        DealTwo(run[0], run[1]);
+        DealTwo(run[2], run[3]);
+        std::swap(run[1], run[2]);
+    }
+}
+
+/// Back.
+template <size_t kChannels>
+void WeaveRun(Bytes (&run)[kChannels]) noexcept {
+    if constexpr (kChannels == 2) {
+        WeaveTwo(run[0], run[1]);
+    } else if constexpr (kChannels == 3) {
+        WeaveThree(run);
+    } else {
+        std::swap(run[1], run[2]);
+        WeaveTwo(run[0], run[1]);
+        WeaveTwo(run[2], run[3]);
+        std::swap(run[1], run[2]);
+        WeaveTwo(run[0], run[1]);
+        WeaveTwo(run[2], run[3]);
+    }
+}
+
+#else
 
 /// Channel kChannel of each pixel.
 template <size_t kChannels, size_t kChannel>
@@ -189,16 +310,6 @@ struct PlacesOfPixels {
         return byte % kChannels * kReach + byte / kChannels;
     }
 };
-
-template <template <size_t, size_t> class Places, size_t kChannels>
-void ShuffleRun(Bytes (&run)[kChannels]) noexcept {
-    using Lanes = std::make_index_sequence<kShuffled>;
-    const auto all = [&]<size_t... kVector>(std::index_sequence<kVector...>) {
-        const Bytes shuffled[] = {Gathered<Places<kChannels, kVector>>(run, Lanes{})...};
-        for (size_t i = 0; i < kChannels; ++i) run[i] = shuffled[i];
-    };
-    all(std::make_index_sequence<kChannels>{});
-}
 
 template <size_t kChannels>
 void DealRun(Bytes (&run)[kChannels]) noexcept {
@@ -230,16 +341,21 @@ void LoadRun(const uint8_t* pixels, Bytes (&run)[kChannels]) noexcept {
 }
 template <size_t kChannels>
 void StoreRun(uint8_t* pixels, const Bytes (&run)[kChannels]) noexcept {
-    for (size_t c = 0; c < kChannels; ++c) {
-        uint8_t* const to = pixels + c * kReach;
 #if ZV_ISA_LEVEL == 1
-        const auto halves = reinterpret_cast<__m256i>(run[c]);
-        StoreLanes(to, _mm256_castsi256_si128(halves));
-        StoreLanes(to + kReach * kChannels, _mm256_extracti128_si256(halves, 1));
+    // First all lower halves, then all upper ones. Whole vectors cost less to store than their halves.
+    const auto pair = [&]<size_t kVector>() {
+        constexpr size_t kFirst = 2 * kVector, kSecond = kFirst + 1;
+        constexpr int kUpper = (kFirst < kChannels ? 0 : 1) | (kSecond < kChannels ? 0x20 : 0x30);
+        StoreLanes(pixels + kVector * kShuffled, _mm256_permute2x128_si256(Register(run[kFirst % kChannels]),
+                                                                           Register(run[kSecond % kChannels]), kUpper));
+    };
+    const auto all = [&]<size_t... kVector>(std::index_sequence<kVector...>) {
+        (pair.template operator()<kVector>(), ...);
+    };
+    all(std::make_index_sequence<kChannels>{});
 #else
-        StoreLanes(to, run[c]);
+    for (size_t c = 0; c < kChannels; ++c) StoreLanes(pixels + c * kReach, run[c]);
 #endif
-    }
 }
 
 /// A block of pixels into planes.
@@ -269,7 +385,7 @@ void Weave(const Planes<kChannels>& planes, uint8_t* pixels) noexcept {
 /// A row through work(const Planes<kIn>&, Planes<kOut>&). Its tail runs the same code, on a block that is filled up
 /// with zeros.
 template <size_t kIn, size_t kOut, class Work>
-void MapBlocks(const uint8_t* from, uint8_t* to, int32_t width, const Work& work) noexcept {
+[[gnu::flatten]] void MapBlocks(const uint8_t* from, uint8_t* to, int32_t width, const Work& work) noexcept {
     Planes<kIn> in;
     Planes<kOut> out;
     for (; width >= kBlock; width -= kBlock) {
@@ -291,7 +407,7 @@ void MapBlocks(const uint8_t* from, uint8_t* to, int32_t width, const Work& work
 /// A row through work(const Bytes (&in)[kIn], Bytes (&out)[kOut]), a run of kShuffled pixels at a time: for what needs
 /// no planes. A run is taken in before it is written.
 template <size_t kIn, size_t kOut, class Work>
-void MapRuns(const uint8_t* from, uint8_t* to, size_t pixels, const Work& work) noexcept {
+[[gnu::flatten]] void MapRuns(const uint8_t* from, uint8_t* to, size_t pixels, const Work& work) noexcept {
     alignas(64) uint8_t tail[kShuffled * (kIn > kOut ? kIn : kOut)];
     uint8_t* tailTo = nullptr;
     size_t tailPixels = 0;
@@ -341,7 +457,6 @@ inline Bytes BytesOf(Words low, Words high) noexcept {
 /// A bit for each byte whose uppermost bit is set.
 inline uint64_t UpperBits(Bytes b) noexcept { return _mm512_movepi8_mask(Register(b)); }
 #elif ZV_ISA_LEVEL == 1
-inline __m256i Register(Bytes b) noexcept { return reinterpret_cast<__m256i>(b); }
 inline __m256i Register(Words b) noexcept { return reinterpret_cast<__m256i>(b); }
 inline WordPair UpperBytes(Bytes b) noexcept {
     return {reinterpret_cast<Words>(_mm256_unpacklo_epi8(_mm256_setzero_si256(), Register(b))),
@@ -358,17 +473,17 @@ inline uint64_t UpperBits(Bytes b) noexcept { return static_cast<uint32_t>(_mm25
 #elif ZV_X86
 inline __m128i Register(Words b) noexcept { return reinterpret_cast<__m128i>(b); }
 inline WordPair UpperBytes(Bytes b) noexcept {
-    return {reinterpret_cast<Words>(_mm_unpacklo_epi8(_mm_setzero_si128(), Word(b))),
-            reinterpret_cast<Words>(_mm_unpackhi_epi8(_mm_setzero_si128(), Word(b)))};
+    return {reinterpret_cast<Words>(_mm_unpacklo_epi8(_mm_setzero_si128(), Register(b))),
+            reinterpret_cast<Words>(_mm_unpackhi_epi8(_mm_setzero_si128(), Register(b)))};
 }
 inline WordPair WordsOf(Bytes b) noexcept {
-    return {reinterpret_cast<Words>(_mm_unpacklo_epi8(Word(b), _mm_setzero_si128())),
-            reinterpret_cast<Words>(_mm_unpackhi_epi8(Word(b), _mm_setzero_si128()))};
+    return {reinterpret_cast<Words>(_mm_unpacklo_epi8(Register(b), _mm_setzero_si128())),
+            reinterpret_cast<Words>(_mm_unpackhi_epi8(Register(b), _mm_setzero_si128()))};
 }
 inline Bytes BytesOf(Words low, Words high) noexcept {
     return reinterpret_cast<Bytes>(_mm_packus_epi16(Register(low), Register(high)));
 }
-inline uint64_t UpperBits(Bytes b) noexcept { return static_cast<uint32_t>(_mm_movemask_epi8(Word(b))); }
+inline uint64_t UpperBits(Bytes b) noexcept { return static_cast<uint32_t>(_mm_movemask_epi8(Register(b))); }
 #else
 inline WordPair WordsOf(Bytes b) noexcept {
     WordPair pair;
@@ -397,6 +512,85 @@ inline uint64_t UpperBits(Bytes b) noexcept {
     return bits;
 }
 #endif
+
+/// work(const Words (&in)[kIn], Words (&out)[kOut]) on both halves of a run.
+template <size_t kIn, size_t kOut, class Work>
+void MapWords(const Bytes (&in)[kIn], Bytes (&out)[kOut], const Work& work) noexcept {
+    Words inLow[kIn], inHigh[kIn], outLow[kOut], outHigh[kOut];
+    for (size_t c = 0; c < kIn; ++c) {
+        const WordPair words = WordsOf(in[c]);
+        inLow[c] = words.low;
+        inHigh[c] = words.high;
+    }
+    work(inLow, outLow);
+    work(inHigh, outHigh);
+    for (size_t c = 0; c < kOut; ++c) out[c] = BytesOf(outLow[c], outHigh[c]);
+}
+
+// Words as lanes of 32 bits, and back, parted in the same way.
+
+/// Lanes of two by turns.
+inline WordPair Turns(Words a, Words b) noexcept {
+#if ZV_ISA_LEVEL == 2
+    return {reinterpret_cast<Words>(_mm512_unpacklo_epi16(Register(a), Register(b))),
+            reinterpret_cast<Words>(_mm512_unpackhi_epi16(Register(a), Register(b)))};
+#elif ZV_ISA_LEVEL == 1
+    return {reinterpret_cast<Words>(_mm256_unpacklo_epi16(Register(a), Register(b))),
+            reinterpret_cast<Words>(_mm256_unpackhi_epi16(Register(a), Register(b)))};
+#elif ZV_X86
+    return {reinterpret_cast<Words>(_mm_unpacklo_epi16(Register(a), Register(b))),
+            reinterpret_cast<Words>(_mm_unpackhi_epi16(Register(a), Register(b)))};
+#else
+    WordPair turns;
+    for (int32_t i = 0; i < kLanes; ++i) {
+        turns.low[2 * i] = a[i];
+        turns.low[2 * i + 1] = b[i];
+        turns.high[2 * i] = a[kLanes + i];
+        turns.high[2 * i + 1] = b[kLanes + i];
+    }
+    return turns;
+#endif
+}
+
+/// Back from what Turns has parted, each clamped to 16 bits.
+inline Words WordsOf(Ints low, Ints high) noexcept {
+#if ZV_ISA_LEVEL == 2
+    return reinterpret_cast<Words>(_mm512_packs_epi32(reinterpret_cast<__m512i>(low), reinterpret_cast<__m512i>(high)));
+#elif ZV_ISA_LEVEL == 1
+    return reinterpret_cast<Words>(_mm256_packs_epi32(reinterpret_cast<__m256i>(low), reinterpret_cast<__m256i>(high)));
+#elif ZV_X86
+    return reinterpret_cast<Words>(_mm_packs_epi32(reinterpret_cast<__m128i>(low), reinterpret_cast<__m128i>(high)));
+#else
+    Words words;
+    const auto word = [](int32_t value) {
+        return static_cast<int16_t>(value < INT16_MIN ? INT16_MIN : value > INT16_MAX ? INT16_MAX : value);
+    };
+    for (int32_t i = 0; i < kLanes; ++i) {
+        words[i] = word(low[i]);
+        words[kLanes + i] = word(high[i]);
+    }
+    return words;
+#endif
+}
+
+/// A vector of bytes as four of single precision, and work(a, b) of two of them, cut to integers, as bytes again.
+struct FloatQuarters {
+    Floats quarters[4];
+
+    explicit FloatQuarters(Bytes b) noexcept {
+        const WordPair words = WordsOf(b);
+        const WordPair low = Turns(words.low, Words{}), high = Turns(words.high, Words{});
+        quarters[0] = ToFloat(reinterpret_cast<Ints>(low.low));
+        quarters[1] = ToFloat(reinterpret_cast<Ints>(low.high));
+        quarters[2] = ToFloat(reinterpret_cast<Ints>(high.low));
+        quarters[3] = ToFloat(reinterpret_cast<Ints>(high.high));
+    }
+};
+template <class Work>
+Bytes BytesOf(const FloatQuarters& a, const FloatQuarters& b, const Work& work) noexcept {
+    const auto of = [&](size_t i) { return Truncate(work(a.quarters[i], b.quarters[i])); };
+    return BytesOf(WordsOf(of(0), of(1)), WordsOf(of(2), of(3)));
+}
 
 /// Hub planes by the byte order of the hub.
 template <bool kRgbFirst, class AnyPlane>
@@ -469,6 +663,33 @@ void ToHubRow(const uint8_t* from, uint8_t* to, int32_t width, const void* conte
 template <class Codec>
 inline constexpr ClrHubRows kHubRows = {{FromHubRow<Codec, false>, FromHubRow<Codec, true>},
                                         {ToHubRow<Codec, false>, ToHubRow<Codec, true>}};
+
+/// Rows of a codec with Encode and Decode(const Bytes (&in)[3], Bytes (&out)[3]), where red comes first.
+template <class Codec, bool kRgbFirst>
+void FromHubByRuns(const uint8_t* from, uint8_t* to, int32_t width, const void*) noexcept {
+    MapRuns<3, 3>(from, to, static_cast<size_t>(width), [](const Bytes(&in)[3], Bytes(&out)[3]) {
+        Bytes hub[3] = {in[0], in[1], in[2]};
+        DealRun(hub);
+        if (!kRgbFirst) std::swap(hub[0], hub[2]);
+        Codec::Encode(hub, out);
+        WeaveRun(out);
+    });
+}
+
+template <class Codec, bool kRgbFirst>
+void ToHubByRuns(const uint8_t* from, uint8_t* to, int32_t width, const void*) noexcept {
+    MapRuns<3, 3>(from, to, static_cast<size_t>(width), [](const Bytes(&in)[3], Bytes(&out)[3]) {
+        Bytes pixels[3] = {in[0], in[1], in[2]};
+        DealRun(pixels);
+        Codec::Decode(pixels, out);
+        if (!kRgbFirst) std::swap(out[0], out[2]);
+        WeaveRun(out);
+    });
+}
+
+template <class Codec>
+inline constexpr ClrHubRows kRunRows = {{FromHubByRuns<Codec, false>, FromHubByRuns<Codec, true>},
+                                        {ToHubByRuns<Codec, false>, ToHubByRuns<Codec, true>}};
 
 // --- Estimates ------------------------------------------------------------------------------------------------------
 

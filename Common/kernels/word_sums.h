@@ -200,32 +200,5 @@ void SumRun(const Bytes (&in)[3], const std::array<WordPair, 3>& numbers, Bytes 
     }
 }
 
-/// Rows of a codec with Encode and Decode(const Bytes (&in)[3], Bytes (&out)[3]), where red comes first.
-template <class Codec, bool kRgbFirst>
-void FromHubByRuns(const uint8_t* from, uint8_t* to, int32_t width, const void*) noexcept {
-    MapRuns<3, 3>(from, to, static_cast<size_t>(width), [](const Bytes(&in)[3], Bytes(&out)[3]) {
-        Bytes hub[3] = {in[0], in[1], in[2]};
-        DealRun(hub);
-        if (!kRgbFirst) std::swap(hub[0], hub[2]);
-        Codec::Encode(hub, out);
-        WeaveRun(out);
-    });
-}
-
-template <class Codec, bool kRgbFirst>
-void ToHubByRuns(const uint8_t* from, uint8_t* to, int32_t width, const void*) noexcept {
-    MapRuns<3, 3>(from, to, static_cast<size_t>(width), [](const Bytes(&in)[3], Bytes(&out)[3]) {
-        Bytes pixels[3] = {in[0], in[1], in[2]};
-        DealRun(pixels);
-        Codec::Decode(pixels, out);
-        if (!kRgbFirst) std::swap(out[0], out[2]);
-        WeaveRun(out);
-    });
-}
-
-template <class Codec>
-inline constexpr ClrHubRows kRunRows = {{FromHubByRuns<Codec, false>, FromHubByRuns<Codec, true>},
-                                        {ToHubByRuns<Codec, false>, ToHubByRuns<Codec, true>}};
-
 }  // namespace ZV_ISA
 }  // namespace zv

@@ -16,14 +16,6 @@ struct PlacesOfSwapped {
 };
 
 #if ZV_ISA_LEVEL == 0 && ZV_X86
-/// In vector kVector of a run, the bytes of channel kChannel.
-template <size_t kVector, size_t kChannel>
-constexpr auto kChannelMask = [] {
-    std::array<uint8_t, kShuffled> mask{};
-    for (size_t i = 0; i < kShuffled; ++i) mask[i] = (kVector * kShuffled + i) % 3 == kChannel ? 255 : 0;
-    return mask;
-}();
-
 /// Without a shuffle of bytes: a vector from itself, from two bytes on and from two bytes back.
 template <size_t kVector>
 Bytes Swapped(__m128i before, __m128i here, __m128i after) noexcept {
@@ -36,7 +28,7 @@ Bytes Swapped(__m128i before, __m128i here, __m128i after) noexcept {
            of(kChannelMask<kVector, 2>, earlier);
 }
 void SwapRun(const Bytes (&in)[3], Bytes (&out)[3]) noexcept {
-    const __m128i a = Word(in[0]), b = Word(in[1]), c = Word(in[2]), outside = _mm_setzero_si128();
+    const __m128i a = Register(in[0]), b = Register(in[1]), c = Register(in[2]), outside = _mm_setzero_si128();
     out[0] = Swapped<0>(outside, a, b);
     out[1] = Swapped<1>(a, b, c);
     out[2] = Swapped<2>(b, c, outside);
@@ -66,7 +58,7 @@ void ComplementRow(const uint8_t* from, uint8_t* to, int32_t width, const void*)
 
 constexpr ClrRow kComplementRows[2] = {SwapRow<true>, ComplementRow};
 
-constexpr uint8_t kHighBits = 0xF0, kLowBits = 0x0F;
+constexpr uint8_t kHighBits = 0xF0;
 
 template <bool kRgbFirst>
 void Rgb444FromHubRow(const uint8_t* from, uint8_t* to, int32_t width, const void*) noexcept {
@@ -85,9 +77,9 @@ void Rgb444ToHubRow(const uint8_t* from, uint8_t* to, int32_t width, const void*
     MapRuns<2, 3>(from, to, static_cast<size_t>(width), [](const Bytes(&in)[2], Bytes(&out)[3]) {
         Bytes packed[2] = {in[0], in[1]};
         DealRun(packed);
-        out[kRgbFirst ? 0 : 2] = (packed[0] & kLowBits) << 4;
+        out[kRgbFirst ? 0 : 2] = packed[0] << 4;
         out[1] = packed[1] & kHighBits;
-        out[kRgbFirst ? 2 : 0] = (packed[1] & kLowBits) << 4;
+        out[kRgbFirst ? 2 : 0] = packed[1] << 4;
         WeaveRun(out);
     });
 }

@@ -13,73 +13,78 @@ UnsignedWords Unsigned(Words lanes) noexcept { return reinterpret_cast<UnsignedW
 Words Signed(UnsignedWords lanes) noexcept { return reinterpret_cast<Words>(lanes); }
 Words Selected(Words mask, Words yes, Words no) noexcept { return (mask & yes) | (~mask & no); }
 
-/// A hub pixel by size. What decides a hue is which channel is the greatest, the earlier of equal ones, and the
-/// difference of the next two behind it in the round red, green, blue.
-struct Sorted {
-    Floats most;
-    Floats least;
-    Floats chroma;      ///< most - least
-    Floats divisor;     ///< the same, 1 for a grey
-    Floats difference;  ///< green - blue, blue - red or red - green
-    Ints isRed;
-    Ints isGreen;
+Bytes Chosen(Bytes mask, Bytes yes, Bytes no) noexcept { return (mask & yes) | (~mask & no); }
+template <class Lanes>
+Bytes Mask(Lanes comparison) noexcept {
+    return reinterpret_cast<Bytes>(comparison);
+}
 
-    Sorted(Floats r, Floats g, Floats b) noexcept
+/// A run of hub pixels by size. What decides a hue is which channel is the greatest, the earlier of equal ones, and
+/// which of the other two, in the round red, green, blue, is greater.
+struct Sorted {
+    Bytes most, middle, least;
+    Bytes chroma;  ///< most - least
+    Bytes isRed, isGreen;
+    Bytes isBack;  ///< where the hue lies before its greatest channel's
+
+    Sorted(Bytes r, Bytes g, Bytes b) noexcept
         : most(Greatest(r, Greatest(g, b))),
           least(Least(r, Least(g, b))),
           chroma(most - least),
-          divisor(Greatest(chroma, Splat(1))),
-          isRed(r == most),
-          isGreen(g == most) {
-        difference = Select(isRed, g - b, Select(isGreen, b - r, r - g));
+          isRed(Mask(r == most)),
+          isGreen(Mask(g == most)) {
+        const Bytes next = Chosen(isRed, g, Chosen(isGreen, b, r));
+        const Bytes last = Chosen(isRed, b, Chosen(isGreen, r, g));
+        middle = Greatest(next, last);
+        isBack = Mask(middle != next);
     }
-    Ints Of(int32_t red, int32_t green, int32_t blue) const noexcept {
-        return Select(isRed, SplatInt(red), Select(isGreen, SplatInt(green), SplatInt(blue)));
+
+    /// The bytes of hues `turn` away from red, green and blue, which stand at 0 or 255, 85 and 170.
+    Bytes Hues(Bytes turn) const noexcept {
+        const Bytes red = isBack & Mask(turn != 0);
+        const Bytes start = Chosen(isRed, red, Chosen(isGreen, Bytes{} + 85, Bytes{} + 170));
+        return start + ((turn ^ isBack) - isBack);
     }
 };
 
-struct HsvRows {
-    static constexpr int32_t kPixelBytes = 3;
+/// n * scale / d to the nearest integer, halves up, where that is at most 255.
+Bytes Rounded(const FloatQuarters& n, float scale, const FloatQuarters& d) noexcept {
+    return BytesOf(n, d, [&](Floats a, Floats b) { return (a * scale + b * 0.5F) / b; });
+}
 
-    /// Rounding n / d to the nearest is cutting n / d + 1 / 2.
-    template <class Hub>
-    static void Encode(const Hub& in, Planes<3>& out) noexcept {
-        for (int32_t at = 0; at < kBlock; at += kLanes) {
-            const Sorted p(ToFloat(LoadBytes(in.r.At(at))), ToFloat(LoadBytes(in.g.At(at))),
-                           ToFloat(LoadBytes(in.b.At(at))));
-            const Floats top = Greatest(p.most, Splat(1));
-            const Ints saturation = Quotient(p.chroma * 255.0F + top * 0.5F, top);
-            const Ints sign = reinterpret_cast<Ints>(p.difference) & INT32_MIN;
-            const auto half = reinterpret_cast<Floats>(reinterpret_cast<Ints>(p.divisor * 0.5F) | sign);
-            Ints hue = Quotient(p.difference * 60.0F + half, p.divisor) + p.Of(0, 120, 240);
-            hue += (hue < 0) & 360;
-            StoreBytes(out[0].At(at), Truncate(Quotient<24, 17 * 360>(ToFloat(hue) * 17.0F)));  // 255 of 360
-            StoreBytes(out[1].At(at), saturation);
-            StoreBytes(out[2].At(at), Truncate(p.most));
-        }
+struct HsvRows {
+    /// 255 of 360: 120 degrees are 85. What goes back from there is cut the other way.
+    static void Encode(const Bytes (&hub)[3], Bytes (&out)[3]) noexcept {
+        const Sorted p(hub[0], hub[1], hub[2]);
+        const FloatQuarters chroma(p.chroma);
+        out[1] = Rounded(chroma, 255, FloatQuarters(Greatest(p.most, Bytes{} + 1)));
+        out[2] = p.most;
+        const Bytes degrees =
+            Rounded(FloatQuarters(p.middle - p.least), 60, FloatQuarters(Greatest(p.chroma, Bytes{} + 1)));
+        Bytes turn[1];
+        MapWords<2>({degrees, p.isBack & 23}, turn, [](const Words(&in)[2], Words(&scaled)[1]) {
+            scaled[0] = Signed(Quotient<24, 17 * 60 + 23>(Unsigned(in[0] * 17 + in[1])));
+        });
+        out[0] = p.Hues(turn[0]);
     }
 
     /// Each channel falls short of the value by a share of the saturation that grows from 0 to 60 sixtieths with the
     /// distance from its own third of the circle. One channel's share is 0, one's 60, where the definition divides by
     /// 255 alone; what is left is the third one's.
-    template <class Hub>
-    static void Decode(const Planes<3>& in, const Hub& out) noexcept {
-        for (int32_t at = 0; at < kBlock; at += kWords) {
-            const Words hue = Signed(Quotient<17, 24 * 255>(Unsigned(LoadByteWords(in[0].At(at))) * 24));  // 360 of 255
-            const Words value = LoadByteWords(in[2].At(at));
-            const UnsignedWords sv = Unsigned(LoadByteWords(in[1].At(at))) * Unsigned(value);
+    static void Decode(const Bytes (&hsv)[3], Bytes (&out)[3]) noexcept {
+        MapWords(hsv, out, [](const Words(&in)[3], Words(&rgb)[3]) {
+            const Words hue = Signed(Quotient<17, 24 * 255>(Unsigned(in[0]) * 24));  // 360 of 255
+            const UnsignedWords sv = Unsigned(in[1]) * Unsigned(in[2]);
             const Words red = Share(120 - Magnitude(hue - 180));
             const Words green = Share(Magnitude(hue - 120) - 60);
             const Words blue = Share(Magnitude(hue - 240) - 60);
             const Words whole = Signed(Quotient<255, 255 * 255>(sv));
             const Words part = Signed(SixtiethsOf255(sv, Unsigned(red + green + blue - 60)));
-            const auto store = [&](Plane& plane, Words share) {
-                StoreWordBytes(plane.At(at), value - (Selected(share > 59, whole, part) & (share > 0)));
-            };
-            store(out.r, red);
-            store(out.g, green);
-            store(out.b, blue);
-        }
+            const auto channel = [&](Words share) { return in[2] - (Selected(share > 59, whole, part) & (share > 0)); };
+            rgb[0] = channel(red);
+            rgb[1] = channel(green);
+            rgb[2] = channel(blue);
+        });
     }
 
 private:
@@ -104,49 +109,35 @@ struct HlsRows {
     static constexpr int32_t kPixelBytes = 3;
 
     /// Of the definition's three quotients the greatest channel's is 0 and the least one's 42: the middle one's is
-    /// left.
-    template <class Hub>
-    static void Encode(const Hub& in, Planes<3>& out) noexcept {
-        for (int32_t at = 0; at < kBlock; at += kLanes) {
-            const Floats r = ToFloat(LoadBytes(in.r.At(at)));
-            const Floats g = ToFloat(LoadBytes(in.g.At(at)));
-            const Floats b = ToFloat(LoadBytes(in.b.At(at)));
-            const Sorted p(r, g, b);
-            const Floats sum = p.most + p.least;
-            const Ints lightness = Truncate((sum + 1.0F) * 0.5F);
-            const Floats room = Greatest(Least(sum, 510.0F - sum), Splat(1));
-            const Ints saturation = Quotient(p.chroma * 255.0F + room * 0.5F, room);
-            const Floats middle = ((r + g) + b) - sum;
-            const Ints turn = 42 - Quotient((p.most - middle) * 42.0F + p.divisor * 0.5F, p.divisor);
-            const Ints back = reinterpret_cast<Ints>(p.difference) >> 31;
-            Ints hue = ((turn ^ back) - back) + p.Of(0, 85, 170);
-            hue += (hue < 0) & 255;
-            StoreBytes(out[0].At(at), hue & (p.chroma != 0.0F));
-            StoreBytes(out[1].At(at), lightness);
-            StoreBytes(out[2].At(at), saturation);
-        }
+    /// left. Sums that pass 255 stop there, where the other one is less.
+    static void Encode(const Bytes (&hub)[3], Bytes (&out)[3]) noexcept {
+        const Sorted p(hub[0], hub[1], hub[2]);
+        const auto sum = [](Bytes a, Bytes b) { return a + Least(b, ~a); };
+        const Bytes room = Least(sum(p.most, p.least), sum(~p.most, ~p.least));
+        const Bytes one = Bytes{} + 1;
+        out[1] = (p.most | p.least) - ((p.most ^ p.least) >> 1);  // the mean, halves up
+        out[2] = Rounded(FloatQuarters(p.chroma), 255, FloatQuarters(Greatest(room, one)));
+        const Bytes left = Rounded(FloatQuarters(p.most - p.middle), 42, FloatQuarters(Greatest(p.chroma, one)));
+        out[0] = p.Hues(42 - left) & Mask(p.chroma != 0);
     }
 
     /// The definition's m2 and m1 are the lightness with `spread` more and less, and between them a channel climbs with
     /// the 42nds of its ramp; at 43, behind the plateau, it passes m2 and may pass 255. Scaling by 255 / 255 changes
     /// nothing.
-    template <class Hub>
-    static void Decode(const Planes<3>& in, const Hub& out) noexcept {
-        for (int32_t at = 0; at < kBlock; at += kWords) {
-            const Words h = LoadByteWords(in[0].At(at));
-            const Words l = LoadByteWords(in[1].At(at));
-            const Words s = LoadByteWords(in[2].At(at));
+    static void Decode(const Bytes (&hls)[3], Bytes (&out)[3]) noexcept {
+        MapWords(hls, out, [](const Words(&in)[3], Words(&rgb)[3]) {
+            const Words &h = in[0], &l = in[1], &s = in[2];
             const Words product = Signed(Quotient<255, 255 * 255 + 127>(Unsigned(s) * Unsigned(l) + 127));
             const Words spread = Selected(l < 128, product, s - product);  // up to 127
-            const auto store = [&](Plane& plane, Words hue) {
+            const auto channel = [&](Words hue) {
                 const Words ramp = Selected(hue < 127, Least(hue, Words{} + 42), Greatest(170 - hue, Words{}));
                 const auto climb = Quotient<42, 2 * 127 * 43 + 21>(Unsigned(spread + spread) * Unsigned(ramp) + 21);
-                StoreWordBytes(plane.At(at), (l - spread + Signed(climb)) & 255);
+                return (l - spread + Signed(climb)) & 255;
             };
-            store(out.r, h + 85 - ((h > 170) & 255));
-            store(out.g, h);
-            store(out.b, h - 85 + ((h < 85) & 255));
-        }
+            rgb[0] = channel(h + 85 - ((h > 170) & 255));
+            rgb[1] = channel(h);
+            rgb[2] = channel(h - 85 + ((h < 85) & 255));
+        });
     }
 
     static int32_t PixelsBeforeError(const uint8_t* row, int32_t width) noexcept {
@@ -260,8 +251,8 @@ private:
 }  // namespace
 
 const HueRowTable kHueRows = {
-    kHubRows<HsvRows>,
-    kHubRows<HlsRows>,
+    kRunRows<HsvRows>,
+    kRunRows<HlsRows>,
     HlsRows::PixelsBeforeError,
     {{FromHubRow<HsiEncoder, false>, FromHubRow<HsiEncoder, true>},
      {ToHubRow<HsiDecoder, false>, ToHubRow<HsiDecoder, true>}},

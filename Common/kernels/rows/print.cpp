@@ -1,6 +1,7 @@
 #include "Common/kernels/print.h"
 
 #include "Common/kernels/doubles.h"
+#include "Common/kernels/fixed_sums.h"
 #include "Common/kernels/planes.h"
 #include "Common/kernels/quotients.h"
 
@@ -129,96 +130,86 @@ private:
 
 // --- YCCK -----------------------------------------------------------------------------------------------------------
 
-// Fixed-point sums without the tables of their products. All of them are integers below 2^24, or at 16 fractional bits
-// below 2^8, which single precision holds: nothing is rounded.
+// The definition's fixed-point sums without the tables of their products.
 
-constexpr float kUnit = 1.0F / (1 << YcckWeights::kFractionBits);
-
-Ints EncodedSum(Floats r, Floats g, Floats b, int32_t ofR, int32_t ofG, int32_t ofB, int32_t constant) noexcept {
-    const Floats sum = (r * static_cast<float>(ofR) + g * static_cast<float>(ofG)) + static_cast<float>(constant);
-    return Truncate((sum + b * static_cast<float>(ofB)) * kUnit);
-}
-
-/// Complements of CMY to YCC.
-void EncodeYcc(const Plane& reds, const Plane& greens, const Plane& blues, Planes<4>& out) noexcept {
+/// A run of complements of CMY to YCC.
+void EncodeYcc(const Bytes (&complements)[3], Bytes (&ycc)[3]) noexcept {
     using Weights = YcckWeights;
-    for (int32_t at = 0; at < kBlock; at += kLanes) {
-        const Floats r = ToFloat(LoadBytes(reds.At(at)));
-        const Floats g = ToFloat(LoadBytes(greens.At(at)));
-        const Floats b = ToFloat(LoadBytes(blues.At(at)));
-        StoreBytes(out[0].At(at), EncodedSum(r, g, b, Weights::kRToY, Weights::kGToY, Weights::kBToY, Weights::kHalf));
-        StoreBytes(out[1].At(at),
-                   EncodedSum(r, g, b, Weights::kRToCb, Weights::kGToCb, Weights::kBToCb, Weights::kChroma));
-        // Its greatest weight is that of red, which must come last for no part of the sum to be too large.
-        StoreBytes(out[2].At(at),
-                   EncodedSum(b, g, r, Weights::kBToCr, Weights::kGToCr, Weights::kRToCr, Weights::kChroma));
-    }
+    using W = FixedWeight<Weights::kFractionBits>;
+    MapWords(complements, ycc, [](const Words(&in)[3], Words(&out)[3]) {
+        const Words &r = in[0], &g = in[1], &b = in[2];
+        out[0] = FixedSum(r, W(Weights::kRToY), g, W(Weights::kGToY), b, W(Weights::kBToY), W(Weights::kHalf));
+        out[1] = FixedSum(r, W(Weights::kRToCb), g, W(Weights::kGToCb), b, W(Weights::kBToCb), W(Weights::kChroma));
+        out[2] = FixedSum(r, W(Weights::kRToCr), g, W(Weights::kGToCr), b, W(Weights::kBToCr), W(Weights::kChroma));
+    });
 }
 
-/// 255 - luma - the floor of a fixed-point sum is 255 - luma - sum, cut up: with all fractional bits more, cut down.
-/// The range limit then clamps it; beyond 255 a rounding may be lost, and below 0 the cut goes up to 0.
-Ints DecodedInk(Floats complement, Floats sum) noexcept {
-    constexpr auto kFraction = static_cast<float>((1 << YcckWeights::kFractionBits) - 1 - YcckWeights::kHalf);
-    return Truncate(complement - (sum - kFraction) * kUnit);
-}
-
-/// YCC to CMY.
-void DecodeYcc(const Planes<4>& in, Plane& c, Plane& m, Plane& y) noexcept {
+/// A run of YCC to CMY. The definition's range limit clamps what the sums come to.
+void DecodeYcc(const Bytes (&ycc)[3], Bytes (&cmy)[3]) noexcept {
     using Weights = YcckWeights;
-    for (int32_t at = 0; at < kBlock; at += kLanes) {
-        const Floats complement = 255.0F - ToFloat(LoadBytes(in[0].At(at)));
-        const Floats cb = ToFloat(LoadBytes(in[1].At(at))) - 128.0F;
-        const Floats cr = ToFloat(LoadBytes(in[2].At(at))) - 128.0F;
-        StoreBytes(c.At(at), DecodedInk(complement, cr * float{Weights::kCrToR}));
-        StoreBytes(m.At(at), DecodedInk(complement, cb * float{Weights::kCbToG} + cr * float{Weights::kCrToG}));
-        StoreBytes(y.At(at), DecodedInk(complement, cb * float{Weights::kCbToB}));
-    }
+    using W = FixedWeight<Weights::kFractionBits>;
+    MapWords(ycc, cmy, [](const Words(&in)[3], Words(&out)[3]) {
+        const Words complement = 255 - in[0], cb = in[1] - 128, cr = in[2] - 128;
+        out[0] = complement - RoundedProduct(cr, W(Weights::kCrToR));
+        out[1] = complement - RoundedSum(cb, W(Weights::kCbToG), cr, W(Weights::kCrToG));
+        out[2] = complement - RoundedProduct(cb, W(Weights::kCbToB));
+    });
+}
+
+/// A row of four channels to four, of which black stays: work(const Bytes (&in)[3], Bytes (&out)[3]) does the others.
+template <class Work>
+void MapBesideBlack(const uint8_t* from, uint8_t* to, int32_t width, const Work& work) noexcept {
+    MapRuns<4, 4>(from, to, static_cast<size_t>(width), [&](const Bytes(&in)[4], Bytes(&out)[4]) {
+        Bytes dealt[4] = {in[0], in[1], in[2], in[3]}, done[3];
+        DealRun(dealt);
+        work({dealt[0], dealt[1], dealt[2]}, done);
+        for (size_t c = 0; c < 3; ++c) out[c] = done[c];
+        out[3] = dealt[3];
+        WeaveRun(out);
+    });
 }
 
 void CmykToYcckRow(const uint8_t* from, uint8_t* to, int32_t width, const void*) noexcept {
-    MapBlocks<4, 4>(from, to, width, [](const Planes<4>& in, Planes<4>& out) {
-        Plane complements[3];
-        for (size_t c = 0; c < 3; ++c) {
-            EachBytes<sizeof(ByteLanes)>(
-                [&](size_t at) { StoreLanes(complements[c].bytes + at, ~BytesAt(in[c], at)); });
-        }
-        EncodeYcc(complements[0], complements[1], complements[2], out);
-        out[3] = in[3];
+    MapBesideBlack(from, to, width, [](const Bytes(&inks)[3], Bytes(&out)[3]) {
+        EncodeYcc({~inks[0], ~inks[1], ~inks[2]}, out);
     });
 }
 
 void YcckToCmykRow(const uint8_t* from, uint8_t* to, int32_t width, const void*) noexcept {
-    MapBlocks<4, 4>(from, to, width, [](const Planes<4>& in, Planes<4>& out) {
-        DecodeYcc(in, out[0], out[1], out[2]);
-        out[3] = in[3];
-    });
+    MapBesideBlack(from, to, width, DecodeYcc);
 }
 
 /// The complement of an ink that black has been taken off is the hub's channel and black.
 void HubToYcckRow(const uint8_t* from, uint8_t* to, int32_t width, const void*) noexcept {
-    MapBlocks<3, 4>(from, to, width, [](const Planes<3>& in, Planes<4>& out) {
-        Planes<3> complements;
-        EachBytes<sizeof(ByteLanes)>([&](size_t at) {
-            const ByteLanes k = ~GreatestOf(BytesAt(in[0], at), BytesAt(in[1], at), BytesAt(in[2], at));
-            for (size_t c = 0; c < 3; ++c) StoreLanes(complements[c].bytes + at, BytesAt(in[c], at) + k);
-            StoreLanes(out[3].bytes + at, k);
-        });
-        EncodeYcc(complements[0], complements[1], complements[2], out);
+    MapRuns<3, 4>(from, to, static_cast<size_t>(width), [](const Bytes(&in)[3], Bytes(&out)[4]) {
+        Bytes hub[3] = {in[0], in[1], in[2]};
+        DealRun(hub);
+        const Bytes k = ~Greatest(hub[0], Greatest(hub[1], hub[2]));
+        Bytes ycc[3];
+        EncodeYcc({hub[0] + k, hub[1] + k, hub[2] + k}, ycc);
+        for (size_t c = 0; c < 3; ++c) out[c] = ycc[c];
+        out[3] = k;
+        WeaveRun(out);
     });
 }
 
 template <bool kRgbFirst>
 void YcckToHubRow(const uint8_t* from, uint8_t* to, int32_t width, const void*) noexcept {
-    MapBlocks<4, 3>(from, to, width, [](const Planes<4>& in, Planes<3>& out) {
-        DecodeYcc(in, out[kRgbFirst ? 0 : 2], out[1], out[kRgbFirst ? 2 : 0]);
-        for (int32_t at = 0; at < kBlock; at += kWords) {
-            const auto k = reinterpret_cast<UnsignedWords>(LoadByteWords(in[3].At(at)));
-            for (Plane& plane : out) {
-                const auto v = reinterpret_cast<UnsignedWords>(LoadByteWords(plane.At(at)));
-                const UnsignedWords channel = 255 - k - v + Quotient<255, 255 * 255 + 127>(v * k + 127);
-                StoreWordBytes(plane.At(at), reinterpret_cast<Words>(channel));
-            }
+    MapRuns<4, 3>(from, to, static_cast<size_t>(width), [](const Bytes(&in)[4], Bytes(&out)[3]) {
+        Bytes ycck[4] = {in[0], in[1], in[2], in[3]};
+        DealRun(ycck);
+        Bytes inks[3];
+        DecodeYcc({ycck[0], ycck[1], ycck[2]}, inks);
+        for (size_t c = 0; c < 3; ++c) {
+            Bytes channel[1];
+            MapWords<2>({inks[c], ycck[3]}, channel, [](const Words(&words)[2], Words(&left)[1]) {
+                const auto v = reinterpret_cast<UnsignedWords>(words[0]);
+                const auto k = reinterpret_cast<UnsignedWords>(words[1]);
+                left[0] = reinterpret_cast<Words>(255 - k - v + Quotient<255, 255 * 255 + 127>(v * k + 127));
+            });
+            out[kRgbFirst ? c : 2 - c] = channel[0];
         }
+        WeaveRun(out);
     });
 }
 

@@ -1,6 +1,6 @@
 #include "Common/kernels/subsampled.h"
 
-#include "Common/kernels/planes.h"
+#include "Common/kernels/fixed_sums.h"
 
 namespace zv {
 inline namespace ZV_ISA {
@@ -11,46 +11,21 @@ namespace {
 
 constexpr int32_t kFractionBits = 10;
 constexpr int32_t kUnit = 1 << kFractionBits;
-/// The part of the fraction that is summed by itself, so that 16 bits hold either sum.
-constexpr int32_t kLowBits = 7;
 
-/// The whole part of a sum of bytes whose weights are whole numbers of 1 / kUnit, without any rounding: with a weight
-/// of 128 k + m it is (sum of k p + ((sum of m p) >> 7)) >> 3. Below 0, where a definition may cut the other way, both
-/// end as 0.
+/// The whole part of a sum of bytes whose weights are whole numbers of 1 / kUnit, without any rounding. Below 0, where
+/// a definition may cut the other way, both end as 0.
 struct WholeSum {
-    std::array<int16_t, 4> high;  ///< of three bytes, and the constant
-    std::array<int16_t, 4> low;
+    using Weight = FixedWeight<kFractionBits>;
+    Weight a, b, c, constant;
 
     /// `definition(a, b, c)` in units of 1 / kUnit.
     template <class Definition>
     static constexpr WholeSum Of(const Definition& definition) noexcept {
         const int32_t constant = definition(0, 0, 0);
-        const int32_t weights[4] = {definition(1, 0, 0) - constant, definition(0, 1, 0) - constant,
-                                    definition(0, 0, 1) - constant, constant};
-        WholeSum sum{};
-        for (size_t i = 0; i < 4; ++i) {
-            const int32_t high = (weights[i] + (1 << (kLowBits - 1))) >> kLowBits;
-            sum.high[i] = static_cast<int16_t>(high);
-            sum.low[i] = static_cast<int16_t>(weights[i] - (high << kLowBits));
-        }
-        return sum;
+        return {Weight(definition(1, 0, 0) - constant), Weight(definition(0, 1, 0) - constant),
+                Weight(definition(0, 0, 1) - constant), Weight(constant)};
     }
-
-    static constexpr bool Fits(const std::array<int16_t, 4>& part, int32_t slack) noexcept {
-        int32_t least = part[3] - slack, most = part[3] + slack;
-        for (size_t i = 0; i < 3; ++i) (part[i] < 0 ? least : most) += part[i] * 255;
-        return least >= INT16_MIN && most <= INT16_MAX;
-    }
-    constexpr bool Fits() const noexcept { return Fits(low, 0) && Fits(high, 256); }
-
-    Words operator()(Words a, Words b, Words c) const noexcept {
-        const Words lows = (Weighted(a, low[0]) + Weighted(b, low[1])) + (Weighted(c, low[2]) + low[3]);
-        const Words highs = (Weighted(a, high[0]) + Weighted(b, high[1])) + (Weighted(c, high[2]) + high[3]);
-        return (highs + (lows >> kLowBits)) >> (kFractionBits - kLowBits);
-    }
-
-private:
-    static Words Weighted(Words p, int16_t weight) noexcept { return weight == 0 ? Words{} : p * weight; }
+    Words operator()(const Words (&in)[3]) const noexcept { return FixedSum(in[0], a, in[1], b, in[2], c, constant); }
 };
 
 /// Everything is a multiple of 1 / (2 kUnit), and cutting that half off first moves no whole part.
@@ -62,170 +37,189 @@ template <size_t kChannel>
 constexpr WholeSum kToRgb = WholeSum::Of([](int32_t y, int32_t u, int32_t v) {
     return StudioYuv::ToRgbSums(y, u, v)[kChannel];
 });
-static_assert(kFromRgb<0>.Fits() && kFromRgb<1>.Fits() && kFromRgb<2>.Fits());
-static_assert(kToRgb<0>.Fits() && kToRgb<1>.Fits() && kToRgb<2>.Fits());
 
 template <bool kRgbFirst>
-void FromRgb(const uint8_t* pixels, Planes<3>& yuv) noexcept {
-    Planes<3> planes;
-    Deal(pixels, planes);
-    const HubIn<kRgbFirst> hub(planes);
-    for (int32_t at = 0; at < kBlock; at += kWords) {
-        const Words r = LoadByteWords(hub.r.At(at)), g = LoadByteWords(hub.g.At(at)), b = LoadByteWords(hub.b.At(at));
-        StoreWordBytes(yuv[0].At(at), kFromRgb<0>(r, g, b));
-        StoreWordBytes(yuv[1].At(at), kFromRgb<1>(r, g, b));
-        StoreWordBytes(yuv[2].At(at), kFromRgb<2>(r, g, b));
-    }
+void FromRgb(const Bytes (&pixels)[3], Bytes (&yuv)[3]) noexcept {
+    Bytes hub[3] = {pixels[0], pixels[1], pixels[2]};
+    DealRun(hub);
+    if (!kRgbFirst) std::swap(hub[0], hub[2]);
+    MapWords(hub, yuv, [](const Words(&rgb)[3], Words(&out)[3]) {
+        out[0] = kFromRgb<0>(rgb);
+        out[1] = kFromRgb<1>(rgb);
+        out[2] = kFromRgb<2>(rgb);
+    });
 }
 
 template <bool kRgbFirst>
-void ToRgb(const Planes<3>& yuv, uint8_t* pixels) noexcept {
-    Planes<3> planes;
-    const HubOut<kRgbFirst> hub(planes);
-    for (int32_t at = 0; at < kBlock; at += kWords) {
-        const Words y = LoadByteWords(yuv[0].At(at)), u = LoadByteWords(yuv[1].At(at)),
-                    v = LoadByteWords(yuv[2].At(at));
-        StoreWordBytes(hub.r.At(at), kToRgb<0>(y, u, v));
-        StoreWordBytes(hub.g.At(at), kToRgb<1>(y, u, v));
-        StoreWordBytes(hub.b.At(at), kToRgb<2>(y, u, v));
+void ToRgb(const Bytes (&yuv)[3], Bytes (&pixels)[3]) noexcept {
+    MapWords(yuv, pixels, [](const Words(&in)[3], Words(&rgb)[3]) {
+        rgb[0] = kToRgb<0>(in);
+        rgb[1] = kToRgb<1>(in);
+        rgb[2] = kToRgb<2>(in);
+    });
+    if (!kRgbFirst) std::swap(pixels[0], pixels[2]);
+    WeaveRun(pixels);
+}
+
+/// The same of a block and its planes.
+template <bool kRgbFirst>
+void FromRgb(const uint8_t* pixels, Planes<3>& yuv) noexcept {
+    for (size_t at = 0; at < kBlock; at += kShuffled) {
+        Bytes in[3], out[3];
+        LoadRun(pixels + 3 * at, in);
+        FromRgb<kRgbFirst>(in, out);
+        for (size_t c = 0; c < 3; ++c) StoreLanes(yuv[c].bytes + at, out[c]);
     }
-    Weave(planes, pixels);
+}
+template <bool kRgbFirst>
+void ToRgb(const Planes<3>& yuv, uint8_t* pixels) noexcept {
+    for (size_t at = 0; at < kBlock; at += kShuffled) {
+        Bytes in[3], out[3];
+        for (size_t c = 0; c < 3; ++c) in[c] = LoadLanes<Bytes>(yuv[c].bytes + at);
+        ToRgb<kRgbFirst>(in, out);
+        StoreRun(pixels + 3 * at, out);
+    }
 }
 
 // --- Chroma of neighbours -------------------------------------------------------------------------------------------
 
-template <class Vector, class Work>
-void EachVector(int32_t bytes, const Work& work) noexcept {
-    for (int32_t at = 0; at < bytes; at += static_cast<int32_t>(sizeof(Vector))) work(at);
-}
-
 /// The two bytes of each lane added.
-UnsignedWords PairSums(const uint8_t* bytes) noexcept {
-    const auto pairs = LoadLanes<UnsignedWords>(bytes);
+UnsignedWords SumsOfTwo(Bytes bytes) noexcept {
+    const auto pairs = reinterpret_cast<UnsignedWords>(bytes);
     return (pairs & 255) + (pairs >> 8);
 }
 /// The four bytes of each lane added.
-Ints SumsOfFour(const uint8_t* bytes) noexcept {
-    const auto pairs = reinterpret_cast<Ints>(PairSums(bytes));
+Ints SumsOfFour(Bytes bytes) noexcept {
+    const auto pairs = reinterpret_cast<Ints>(SumsOfTwo(bytes));
     return (pairs & 0xFFFF) + (pairs >> 16);
 }
 
-/// How each format lays out the luma of 64 pixels, and the chroma that each kShare of them share, in groups of pixels.
-
-struct PairsOfPixels {
-    static constexpr int32_t kBlockBytes = 2 * kBlock;
-
-    /// U and V by turns.
-    static void Share(const Planes<3>& yuv, Plane& chroma) noexcept {
-        EachVector<UnsignedWords>(kBlock, [&](int32_t at) {
-            StoreLanes(chroma.At(at), (PairSums(yuv[1].At(at)) >> 1) | (PairSums(yuv[2].At(at)) >> 1 << 8));
-        });
-    }
-    static void Spread(const Plane& chroma, Planes<3>& yuv) noexcept {
-        EachVector<UnsignedWords>(kBlock, [&](int32_t at) {
-            const auto pairs = LoadLanes<UnsignedWords>(chroma.At(at));
-            StoreLanes(yuv[1].At(at), (pairs & 255) | (pairs << 8));
-            StoreLanes(yuv[2].At(at), (pairs >> 8) | (pairs & 0xFF00));
-        });
-    }
-};
-
-template <size_t kLuma>
-struct Alternating : PairsOfPixels {
-    static void Pack(const Planes<3>& yuv, uint8_t* groups) noexcept {
-        Planes<2> planes;
-        planes[kLuma] = yuv[0];
-        Share(yuv, planes[1 - kLuma]);
-        Weave(planes, groups);
-    }
-    static void Unpack(const uint8_t* groups, Planes<3>& yuv) noexcept {
-        Planes<2> planes;
-        Deal(groups, planes);
-        yuv[0] = planes[kLuma];
-        Spread(planes[1 - kLuma], yuv);
-    }
-};
-using Yuy2 = Alternating<0>;
-using Uyvy = Alternating<1>;
-
-/// Groups of eight: chroma and luma by turns, then four of luma alone.
-struct Y41p {
-    static constexpr int32_t kBlockBytes = kBlock * 12 / 8;
-
-    static void Pack(const Planes<3>& yuv, uint8_t* groups) noexcept {
-        alignas(64) uint8_t chroma[kBlock / 2];
-        alignas(64) uint32_t shared[kBlock / 4];
-        EachVector<Ints>(kBlock, [&](int32_t at) {
-            StoreLanes(shared + at / 4, (SumsOfFour(yuv[1].At(at)) >> 2) | (SumsOfFour(yuv[2].At(at)) >> 2 << 8));
-        });
-        for (int32_t i = 0; i < kBlock / 4; ++i) {
-            chroma[2 * i] = static_cast<uint8_t>(shared[i] & 255U);
-            chroma[2 * i + 1] = static_cast<uint8_t>(shared[i] >> 8);
-        }
-        for (int32_t group = 0; group < kBlock / 8; ++group) {
-            const uint8_t* const luma = yuv[0].At(8 * group);
-            uint8_t* const to = groups + ptrdiff_t{12} * group;
-            for (int32_t i = 0; i < 4; ++i) {
-                to[2 * i] = chroma[4 * group + i];
-                to[2 * i + 1] = luma[i];
-                to[8 + i] = luma[4 + i];
-            }
-        }
-    }
-    static void Unpack(const uint8_t* groups, Planes<3>& yuv) noexcept {
-        alignas(64) uint32_t shared[2][kBlock / 4];
-        for (int32_t group = 0; group < kBlock / 8; ++group) {
-            const uint8_t* const from = groups + ptrdiff_t{12} * group;
-            uint8_t* const luma = yuv[0].At(8 * group);
-            for (int32_t i = 0; i < 4; ++i) {
-                shared[i & 1][2 * group + i / 2] = from[2 * i] * 0x01010101U;
-                luma[i] = from[2 * i + 1];
-                luma[4 + i] = from[8 + i];
-            }
-        }
-        std::memcpy(yuv[1].bytes, shared[0], kBlock);
-        std::memcpy(yuv[2].bytes, shared[1], kBlock);
-    }
-};
-
-template <class Format, bool kRgbFirst>
-struct GroupRows {
+/// Luma and the chroma of two pixels by turns.
+template <size_t kLuma, bool kRgbFirst>
+struct PairRows {
     static void FromHub(const uint8_t* from, uint8_t* to, int32_t width, const void*) noexcept {
-        Planes<3> yuv;
-        for (; width >= kBlock; width -= kBlock) {
-            zv::FromRgb<kRgbFirst>(from, yuv);
-            Format::Pack(yuv, to);
-            from += 3 * kBlock;
-            to += Format::kBlockBytes;
-        }
-        if (width < 1) return;
-        alignas(64) uint8_t block[3 * kBlock] = {};
-        std::memcpy(block, from, 3 * static_cast<size_t>(width));
-        zv::FromRgb<kRgbFirst>(block, yuv);
-        Format::Pack(yuv, block);
-        std::memcpy(to, block, static_cast<size_t>(Format::kBlockBytes * width / kBlock));
+        MapRuns<3, 2>(from, to, static_cast<size_t>(width), [](const Bytes(&in)[3], Bytes(&out)[2]) {
+            Bytes yuv[3];
+            FromRgb<kRgbFirst>(in, yuv);
+            out[kLuma] = yuv[0];
+            const UnsignedWords u = SumsOfTwo(yuv[1]) >> 1, v = SumsOfTwo(yuv[2]) >> 1;
+            out[1 - kLuma] = reinterpret_cast<Bytes>(u | v << 8);
+            WeaveRun(out);
+        });
+    }
+    static void ToHub(const uint8_t* from, uint8_t* to, int32_t width, const void*) noexcept {
+        MapRuns<2, 3>(from, to, static_cast<size_t>(width), [](const Bytes(&in)[2], Bytes(&out)[3]) {
+            Bytes pairs[2] = {in[0], in[1]};
+            DealRun(pairs);
+            const auto uv = reinterpret_cast<UnsignedWords>(pairs[1 - kLuma]);
+            const UnsignedWords u = uv & 255, v = uv >> 8;
+            ToRgb<kRgbFirst>({pairs[kLuma], reinterpret_cast<Bytes>(u | u << 8), reinterpret_cast<Bytes>(v | v << 8)},
+                             out);
+        });
+    }
+};
+template <size_t kLuma>
+constexpr ClrHubRows kPairRows = {{PairRows<kLuma, false>::FromHub, PairRows<kLuma, true>::FromHub},
+                                  {PairRows<kLuma, false>::ToHub, PairRows<kLuma, true>::ToHub}};
+
+// Groups of eight: chroma and luma by turns, then four of luma alone. A run is worked on as two vectors of luma and
+/// one of chroma, U and V by turns.
+
+#if ZV_ISA_LEVEL == 0 && ZV_X86
+// Four bytes at a time, of which each group has three.
+
+void PackGroups(Bytes (&run)[3]) noexcept {
+    const auto a = reinterpret_cast<Ints>(run[0]), b = reinterpret_cast<Ints>(run[1]);
+    const auto alone = __builtin_shufflevector(a, b, 1, 3, 5, 7);
+    Bytes pairs[2] = {run[2], reinterpret_cast<Bytes>(__builtin_shufflevector(a, b, 0, 2, 4, 6))};
+    WeaveRun(pairs);
+    const auto first = reinterpret_cast<Ints>(pairs[0]), last = reinterpret_cast<Ints>(pairs[1]);
+    const auto middle = __builtin_shufflevector(first, alone, 2, 3, 5, 5);
+    run[0] = reinterpret_cast<Bytes>(
+        __builtin_shufflevector(first, __builtin_shufflevector(first, alone, 4, 4, 2, 2), 0, 1, 4, 6));
+    run[1] = reinterpret_cast<Bytes>(__builtin_shufflevector(middle, last, 1, 2, 4, 5));
+    run[2] = reinterpret_cast<Bytes>(
+        __builtin_shufflevector(__builtin_shufflevector(alone, last, 2, 3, 6, 6), last, 0, 6, 7, 1));
+}
+void UnpackGroups(Bytes (&run)[3]) noexcept {
+    const auto a = reinterpret_cast<Ints>(run[0]), b = reinterpret_cast<Ints>(run[1]),
+               c = reinterpret_cast<Ints>(run[2]);
+    const auto alone = __builtin_shufflevector(__builtin_shufflevector(a, b, 2, 2, 5, 5),
+                                               __builtin_shufflevector(c, c, 0, 0, 3, 3), 0, 2, 4, 6);
+    Bytes pairs[2] = {
+        reinterpret_cast<Bytes>(__builtin_shufflevector(a, __builtin_shufflevector(a, b, 3, 3, 4, 4), 0, 1, 4, 6)),
+        reinterpret_cast<Bytes>(__builtin_shufflevector(b, c, 2, 3, 5, 6))};
+    DealRun(pairs);
+    const auto luma = reinterpret_cast<Ints>(pairs[1]);
+    run[0] = reinterpret_cast<Bytes>(__builtin_shufflevector(luma, alone, 0, 4, 1, 5));
+    run[1] = reinterpret_cast<Bytes>(__builtin_shufflevector(luma, alone, 2, 6, 3, 7));
+    run[2] = pairs[0];
+}
+#else
+/// Where the groups' bytes stand in those. Chroma comes from two vectors of 32 bits, joined within 16 bytes.
+constexpr size_t PlaceOfGroups(size_t i) noexcept {
+    constexpr size_t kUnits = kReach / 4;
+    const size_t group = i / 12, byte = i % 12;
+    if (byte >= 8) return 8 * group + byte - 4;
+    if (byte % 2 == 1) return 8 * group + byte / 2;
+    const size_t unit = 2 * group + byte / 4, side = unit / kUnits, within = unit % kUnits;
+    return 2 * kReach + within / 4 * 16 + side * 8 + within % 4 * 2 + byte / 2 % 2;
+}
+constexpr auto kPlacesOfPlanes = [] {
+    std::array<uint8_t, 3 * kReach> places{};
+    for (size_t i = 0; i < places.size(); ++i) places[PlaceOfGroups(i)] = static_cast<uint8_t>(i);
+    return places;
+}();
+template <size_t kVectors, size_t kVector>
+struct PlacesOfGroups {
+    static constexpr size_t At(size_t i) noexcept { return PlaceOfGroups(kVector * kReach + i); }
+};
+template <size_t kVectors, size_t kVector>
+struct PlacesOfPlanes {
+    static constexpr size_t At(size_t i) noexcept { return kPlacesOfPlanes[kVector * kReach + i]; }
+};
+
+void PackGroups(Bytes (&run)[3]) noexcept { ShuffleRun<PlacesOfGroups>(run); }
+void UnpackGroups(Bytes (&run)[3]) noexcept { ShuffleRun<PlacesOfPlanes>(run); }
+#endif
+
+template <bool kRgbFirst>
+struct Y41pRows {
+    static void FromHub(const uint8_t* from, uint8_t* to, int32_t width, const void*) noexcept {
+        MapRuns<6, 3>(from, to, static_cast<size_t>(width / 2), [](const Bytes(&in)[6], Bytes(&out)[3]) {
+            const auto half = [&](size_t at, Bytes& luma) {
+                Bytes yuv[3];
+                FromRgb<kRgbFirst>({in[at], in[at + 1], in[at + 2]}, yuv);
+                luma = yuv[0];
+                const Ints pairs = (SumsOfFour(yuv[1]) >> 2) | (SumsOfFour(yuv[2]) >> 2 << 8);
+                return pairs << 16 >> 16;  // with a sign, as they are joined
+            };
+            const Ints first = half(0, out[0]), second = half(3, out[1]);
+            out[2] = reinterpret_cast<Bytes>(WordsOf(first, second));
+            PackGroups(out);
+        });
     }
 
     static void ToHub(const uint8_t* from, uint8_t* to, int32_t width, const void*) noexcept {
-        Planes<3> yuv;
-        for (; width >= kBlock; width -= kBlock) {
-            Format::Unpack(from, yuv);
-            zv::ToRgb<kRgbFirst>(yuv, to);
-            from += Format::kBlockBytes;
-            to += 3 * kBlock;
-        }
-        if (width < 1) return;
-        alignas(64) uint8_t block[3 * kBlock] = {};
-        std::memcpy(block, from, static_cast<size_t>(Format::kBlockBytes * width / kBlock));
-        Format::Unpack(block, yuv);
-        zv::ToRgb<kRgbFirst>(yuv, block);
-        std::memcpy(to, block, 3 * static_cast<size_t>(width));
+        MapRuns<3, 6>(from, to, static_cast<size_t>(width / 2), [](const Bytes(&in)[3], Bytes(&out)[6]) {
+            Bytes run[3] = {in[0], in[1], in[2]};
+            UnpackGroups(run);
+            const WordPair chroma = Turns(reinterpret_cast<Words>(run[2]), Words{});
+            const auto half = [&](Bytes luma, Words pairs, size_t at) {
+                const auto spread = [](Ints one) {
+                    const Ints two = one | one << 8;
+                    return reinterpret_cast<Bytes>(two | two << 16);
+                };
+                const auto uv = reinterpret_cast<Ints>(pairs);
+                Bytes pixels[3];
+                ToRgb<kRgbFirst>({luma, spread(uv & 255), spread(uv >> 8)}, pixels);
+                for (size_t c = 0; c < 3; ++c) out[at + c] = pixels[c];
+            };
+            half(run[0], chroma.low, 0);
+            half(run[1], chroma.high, 3);
+        });
     }
 };
-
-template <class Format>
-constexpr ClrHubRows kGroupRows = {{GroupRows<Format, false>::FromHub, GroupRows<Format, true>::FromHub},
-                                   {GroupRows<Format, false>::ToHub, GroupRows<Format, true>::ToHub}};
 
 // --- Bands of four rows ---------------------------------------------------------------------------------------------
 
@@ -262,7 +256,7 @@ void Yvu9Columns(const uint8_t* band, ptrdiff_t rowStep, uint8_t* luma, uint8_t*
         // Later rows count for more: the running value is not the block's mean.
         for (size_t c = 0; c < 2; ++c) {
             for (int32_t at = 0; at < kBlocks; at += kLanes) {
-                const Ints sums = SumsOfFour(yuv[c + 1].At(kBand * at));
+                const Ints sums = SumsOfFour(LoadLanes<Bytes>(yuv[c + 1].At(kBand * at)));
                 const Ints next = row == 0 ? sums >> 2 : (LoadLanes<Ints>(running[c] + at) + sums) * kFifth >> 16;
                 StoreLanes(running[c] + at, next);
             }
@@ -317,9 +311,9 @@ void Yvu9Row(const uint8_t* luma, const uint8_t* planeV, const uint8_t* planeU, 
 }  // namespace
 
 const SubsampledRowTable kSubsampledRows = {
-    kGroupRows<Yuy2>,
-    kGroupRows<Uyvy>,
-    kGroupRows<Y41p>,
+    kPairRows<0>,
+    kPairRows<1>,
+    {{Y41pRows<false>::FromHub, Y41pRows<true>::FromHub}, {Y41pRows<false>::ToHub, Y41pRows<true>::ToHub}},
     {Yvu9Band<false>, Yvu9Band<true>},
     {Yvu9Row<false>, Yvu9Row<true>},
 };

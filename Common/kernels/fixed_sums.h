@@ -1,0 +1,71 @@
+// Weighted sums of integers with kBits fractional bits, cut to integers, in 16-bit lanes. A weight is a whole number
+// and a rest that 16 bits hold with a sign; of the rests' products all 32 bits are summed, so that nothing is lost.
+#pragma once
+
+#include <cstdint>
+
+#include "Common/kernels/planes.h"
+
+namespace zv {
+inline namespace ZV_ISA {
+
+template <int32_t kBits>
+struct FixedWeight {
+    static constexpr int32_t kHalf = 1 << (kBits - 1);
+    int16_t whole, rest;
+
+    explicit constexpr FixedWeight(int32_t weight) noexcept
+        : whole(weight == static_cast<int16_t>(weight) ? int16_t{0} : static_cast<int16_t>((weight + kHalf) >> kBits)),
+          rest(static_cast<int16_t>(weight - whole * (1 << kBits))) {}
+};
+
+template <int32_t kBits>
+Words Wholes(Words numbers, FixedWeight<kBits> weight) noexcept {
+    return weight.whole == 0 ? Words{} : numbers * weight.whole;
+}
+
+/// Each lane's product with its weight, and the next lane's with its own.
+inline Ints SumsOfTwo(Words turns, int16_t first, int16_t second) noexcept {
+    const int32_t both = static_cast<uint16_t>(first) | second * (1 << 16);
+#if ZV_ISA_LEVEL == 2
+    return reinterpret_cast<Ints>(_mm512_madd_epi16(Register(turns), _mm512_set1_epi32(both)));
+#elif ZV_ISA_LEVEL == 1
+    return reinterpret_cast<Ints>(_mm256_madd_epi16(Register(turns), _mm256_set1_epi32(both)));
+#elif ZV_X86
+    return reinterpret_cast<Ints>(_mm_madd_epi16(Register(turns), _mm_set1_epi32(both)));
+#else
+    const auto pairs = reinterpret_cast<Ints>(turns);
+    return (pairs << 16 >> 16) * first + (pairs >> 16) * second;
+#endif
+}
+
+/// (a * first + b * second + c * third + constant) >> kBits.
+template <int32_t kBits>
+Words FixedSum(Words a, FixedWeight<kBits> first, Words b, FixedWeight<kBits> second, Words c, FixedWeight<kBits> third,
+               FixedWeight<kBits> constant) noexcept {
+    const WordPair ab = Turns(a, b), c1 = Turns(c, Words{} + 1);
+    const auto sum = [&](Words of2, Words of1) {
+        return (SumsOfTwo(of2, first.rest, second.rest) + SumsOfTwo(of1, third.rest, constant.rest)) >> kBits;
+    };
+    return (Wholes(a, first) + Wholes(b, second)) + (Wholes(c, third) + constant.whole) +
+           WordsOf(sum(ab.low, c1.low), sum(ab.high, c1.high));
+}
+
+/// The same of two, to the nearest integer, halves up.
+template <int32_t kBits>
+Words RoundedSum(Words a, FixedWeight<kBits> first, Words b, FixedWeight<kBits> second) noexcept {
+    const WordPair ab = Turns(a, b);
+    const auto sum = [&](Words turns) {
+        return (SumsOfTwo(turns, first.rest, second.rest) + FixedWeight<kBits>::kHalf) >> kBits;
+    };
+    return (Wholes(a, first) + Wholes(b, second)) + WordsOf(sum(ab.low), sum(ab.high));
+}
+
+/// The same of one: the uppermost of the bits that are cut tells whether it goes up.
+inline Words RoundedProduct(Words a, FixedWeight<16> weight) noexcept {
+    const auto low = reinterpret_cast<UnsignedWords>(a * weight.rest);
+    return Wholes(a, weight) + MulHigh(a, weight.rest) + reinterpret_cast<Words>(low >> 15);
+}
+
+}  // namespace ZV_ISA
+}  // namespace zv
