@@ -51,17 +51,15 @@ Words FixedSum(Words a, FixedWeight<kBits> first, Words b, FixedWeight<kBits> se
            WordsOf(sum(ab.low, c1.low), sum(ab.high, c1.high));
 }
 
-/// The same of two, to the nearest integer, halves up.
+/// The same of two; with FixedWeight::kHalf to the nearest integer, halves up.
 template <int32_t kBits>
-Words RoundedSum(Words a, FixedWeight<kBits> first, Words b, FixedWeight<kBits> second) noexcept {
+Words FixedSum(Words a, FixedWeight<kBits> first, Words b, FixedWeight<kBits> second, int32_t constant = 0) noexcept {
     const WordPair ab = Turns(a, b);
-    const auto sum = [&](Words turns) {
-        return (SumsOfTwo(turns, first.rest, second.rest) + FixedWeight<kBits>::kHalf) >> kBits;
-    };
+    const auto sum = [&](Words turns) { return (SumsOfTwo(turns, first.rest, second.rest) + constant) >> kBits; };
     return (Wholes(a, first) + Wholes(b, second)) + WordsOf(sum(ab.low), sum(ab.high));
 }
 
-/// The same of one: the uppermost of the bits that are cut tells whether it goes up.
+/// Of one, to the nearest integer: the uppermost of the bits that are cut tells whether it goes up.
 inline Words RoundedProduct(Words a, FixedWeight<16> weight) noexcept {
     const auto low = reinterpret_cast<UnsignedWords>(a * weight.rest);
     return Wholes(a, weight) + MulHigh(a, weight.rest) + reinterpret_cast<Words>(low >> 15);

@@ -171,7 +171,7 @@ void DoAgain(uint64_t marked, const Bytes (&in)[3], Bytes (&out)[3], const Again
 }
 
 /// A run through the three sums of a codec, clamped to bytes: Codec::kSums of the numbers that a pixel's bytes stand
-/// for, of a magnitude up to kMost; exact where kIsExact, else with Codec::Again(pixel), the definition.
+/// for, of a magnitude up to kMost, and Codec::Again(pixel), the definition.
 template <class Codec>
 void SumRun(const Bytes (&in)[3], const std::array<WordPair, 3>& numbers, Bytes (&out)[3]) noexcept {
     static constexpr int32_t kShift = ShiftOf(Codec::kMost);
@@ -183,7 +183,7 @@ void SumRun(const Bytes (&in)[3], const std::array<WordPair, 3>& numbers, Bytes 
             const WordSum::Found found = kSum(side, shifted);
             whole[kChannel] = found.whole;
             // Where every weighted number is 0 the definition rounds nothing.
-            if constexpr (!Codec::kIsExact) close |= found.close & kSum.AnyWeighted(side);
+            close |= found.close & kSum.AnyWeighted(side);
         };
         channel.template operator()<0>();
         channel.template operator()<1>();
@@ -194,10 +194,8 @@ void SumRun(const Bytes (&in)[3], const std::array<WordPair, 3>& numbers, Bytes 
     const Words closeLow = half({numbers[0].low, numbers[1].low, numbers[2].low}, low);
     const Words closeHigh = half({numbers[0].high, numbers[1].high, numbers[2].high}, high);
     for (size_t c = 0; c < 3; ++c) out[c] = BytesOf(low[c], high[c]);
-    if constexpr (!Codec::kIsExact) {
-        if (!AnyIsSet(closeLow | closeHigh)) return;
-        DoAgain(UpperBits(BytesOf(closeLow & 255, closeHigh & 255)), in, out, Codec::Again);
-    }
+    if (!AnyIsSet(closeLow | closeHigh)) return;
+    DoAgain(UpperBits(BytesOf(closeLow & 255, closeHigh & 255)), in, out, Codec::Again);
 }
 
 }  // namespace ZV_ISA

@@ -9,7 +9,6 @@ namespace {
 
 /// Bytes that stand for themselves, all with six digits in their weights: no units serve them without a rest.
 struct XyzSums {
-    static constexpr bool kIsExact = false;
     static constexpr int32_t kMost = 255;
     static constexpr auto kSums = WordSumsOf(Xyz::FromRgbSums, kMost, {50701, 57598, 57530});
     static_assert(AreProved(kSums));
@@ -17,7 +16,6 @@ struct XyzSums {
 };
 
 struct RgbSums {
-    static constexpr bool kIsExact = false;
     static constexpr int32_t kMost = 255;
     static constexpr auto kSums = WordSumsOf(Xyz::ToRgbSums, kMost, {40966, 39826, 25751});
     static_assert(AreProved(kSums));

@@ -1,6 +1,7 @@
 #include "Common/kernels/luma_chroma.h"
 
 #include "Common/kernels/doubles.h"
+#include "Common/kernels/fixed_sums.h"
 #include "Common/kernels/planes.h"
 #include "Common/kernels/word_sums.h"
 
@@ -185,13 +186,6 @@ private:
     }
 };
 
-/// What the definition adds up before it shifts. A sum in these units is exact.
-constexpr int32_t kYuvUnit = 1 << Yuv::kFractionBits;
-constexpr Sums YuvDecodeSums(int32_t y, int32_t u, int32_t v) noexcept {
-    const auto chroma = Yuv::Chroma(u, v);
-    return {y + chroma[0] / double{kYuvUnit}, y + chroma[1] / double{kYuvUnit}, y + chroma[2] / double{kYuvUnit}};
-}
-
 struct YuvRows {
     using Space = Yuv;
     static constexpr bool kSignedChroma = false;
@@ -199,16 +193,22 @@ struct YuvRows {
     static constexpr auto kEncode = WordSumsOf(SumsOfDifferences<Yuv>, 255, {58000, 44600, 55000});
     static_assert(AreProved(kEncode));
 
-    static constexpr bool kIsExact = true;
-    static constexpr int32_t kMost = 255;
-    static constexpr auto kSums = WordSumsOf(YuvDecodeSums, kMost, {kYuvUnit, kYuvUnit, kYuvUnit});
-    static_assert(AreProved(kSums));
-
     static void Encode(const Bytes (&rgb)[3], Bytes (&out)[3]) noexcept { EncodeBySums<YuvRows>(rgb, out); }
     static void Decode(const Bytes (&in)[3], Bytes (&rgb)[3]) noexcept {
         static constexpr WordStep kU = {223, -112}, kV = {275, -138};
         static_assert(kU.IsSameAs(Yuv::DecodeU) && kV.IsSameAs(Yuv::DecodeV));
-        SumRun<YuvRows>(in, {WordsOf(in[0]), kU(in[1]), kV(in[2])}, rgb);
+        const WordPair y = WordsOf(in[0]), u = kU(in[1]), v = kV(in[2]);
+        Words low[3], high[3];
+        AddChroma(y.low, u.low, v.low, low);
+        AddChroma(y.high, u.high, v.high, high);
+        for (size_t c = 0; c < 3; ++c) rgb[c] = BytesOf(low[c], high[c]);
+    }
+
+private:
+    static void AddChroma(Words y, Words u, Words v, Words (&rgb)[3]) noexcept {
+        using Weight = FixedWeight<Yuv::kFractionBits>;
+        static constexpr auto kOfU = Yuv::Chroma(1, 0), kOfV = Yuv::Chroma(0, 1);
+        for (size_t c = 0; c < 3; ++c) rgb[c] = y + FixedSum(u, Weight(kOfU[c]), v, Weight(kOfV[c]));
     }
 };
 
@@ -230,7 +230,6 @@ struct YiqRows {
     static constexpr size_t kWithoutClose = 3;
     static constexpr auto kEncode = WordSumsOf(SumsOfDifferences<Yiq>, 255, {52600, 50500, 53400});
     static_assert(AreProved(kEncode));
-    static constexpr bool kIsExact = false;
     static constexpr int32_t kMost = 263;
     static Pixel<3> Again(const Pixel<3>& p) noexcept {
         const Rgb pixel = Yiq::Decode(kYiqSteps[0][p[0]], kYiqSteps[1][p[1]], kYiqSteps[2][p[2]]);
@@ -260,7 +259,6 @@ struct YcbcrRows {
     }());
     static constexpr auto kEncode = WordSumsOf(SumsOfDifferences<Ycbcr>, 255, {58000, 50000, 56672});
     static_assert(AreProved(kEncode));
-    static constexpr bool kIsExact = false;
     static constexpr int32_t kMost = 255;
     static Pixel<3> Again(const Pixel<3>& p) noexcept {
         const Rgb pixel = Ycbcr::ToRgb(p);

@@ -151,7 +151,7 @@ void DecodeYcc(const Bytes (&ycc)[3], Bytes (&cmy)[3]) noexcept {
     MapWords(ycc, cmy, [](const Words(&in)[3], Words(&out)[3]) {
         const Words complement = 255 - in[0], cb = in[1] - 128, cr = in[2] - 128;
         out[0] = complement - RoundedProduct(cr, W(Weights::kCrToR));
-        out[1] = complement - RoundedSum(cb, W(Weights::kCbToG), cr, W(Weights::kCrToG));
+        out[1] = complement - FixedSum(cb, W(Weights::kCbToG), cr, W(Weights::kCrToG), Weights::kHalf);
         out[2] = complement - RoundedProduct(cb, W(Weights::kCbToB));
     });
 }
