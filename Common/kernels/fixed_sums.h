@@ -26,13 +26,15 @@ Words Wholes(Words numbers, FixedWeight<kBits> weight) noexcept {
 
 /// Each lane's product with its weight, and the next lane's with its own.
 inline Ints SumsOfTwo(Words turns, int16_t first, int16_t second) noexcept {
+#if ZV_X86
     const int32_t both = static_cast<uint16_t>(first) | second * (1 << 16);
-#if ZV_ISA_LEVEL == 2
+#    if ZV_ISA_LEVEL == 2
     return reinterpret_cast<Ints>(_mm512_madd_epi16(Register(turns), _mm512_set1_epi32(both)));
-#elif ZV_ISA_LEVEL == 1
+#    elif ZV_ISA_LEVEL == 1
     return reinterpret_cast<Ints>(_mm256_madd_epi16(Register(turns), _mm256_set1_epi32(both)));
-#elif ZV_X86
+#    else
     return reinterpret_cast<Ints>(_mm_madd_epi16(Register(turns), _mm_set1_epi32(both)));
+#    endif
 #else
     const auto pairs = reinterpret_cast<Ints>(turns);
     return (pairs << 16 >> 16) * first + (pairs >> 16) * second;

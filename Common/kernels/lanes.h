@@ -143,7 +143,7 @@ inline Words LoadByteWords(const uint8_t* from) noexcept {
     const __m128i bytes = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from));
     return reinterpret_cast<Words>(_mm_unpacklo_epi8(bytes, _mm_setzero_si128()));
 #else
-    Words words;
+    Words words = {};
     for (int32_t i = 0; i < kWords; ++i) words[i] = from[i];
     return words;
 #endif
@@ -180,7 +180,7 @@ inline Words MulHigh(Words a, Words b) noexcept {
 #elif ZV_X86
     return reinterpret_cast<Words>(_mm_mulhi_epi16(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
 #else
-    Words high;
+    Words high = {};
     for (int32_t i = 0; i < kWords; ++i) high[i] = static_cast<int16_t>(a[i] * b[i] >> 16);
     return high;
 #endif

@@ -486,7 +486,7 @@ inline Bytes BytesOf(Words low, Words high) noexcept {
 inline uint64_t UpperBits(Bytes b) noexcept { return static_cast<uint32_t>(_mm_movemask_epi8(Register(b))); }
 #else
 inline WordPair WordsOf(Bytes b) noexcept {
-    WordPair pair;
+    WordPair pair = {};
     for (int32_t i = 0; i < kWords; ++i) {
         pair.low[i] = b[i];
         pair.high[i] = b[kWords + i];
@@ -498,7 +498,7 @@ inline WordPair UpperBytes(Bytes b) noexcept {
     return {pair.low << 8, pair.high << 8};
 }
 inline Bytes BytesOf(Words low, Words high) noexcept {
-    Bytes bytes;
+    Bytes bytes = {};
     const auto byte = [](int16_t value) { return static_cast<uint8_t>(value < 0 ? 0 : value > 255 ? 255 : value); };
     for (int32_t i = 0; i < kWords; ++i) {
         bytes[i] = byte(low[i]);
@@ -508,7 +508,7 @@ inline Bytes BytesOf(Words low, Words high) noexcept {
 }
 inline uint64_t UpperBits(Bytes b) noexcept {
     uint64_t bits = 0;
-    for (size_t i = 0; i < kShuffled; ++i) bits |= uint64_t{b[i] >> 7U} << i;
+    for (size_t i = 0; i < kShuffled; ++i) bits |= uint64_t{b[i] > 127} << i;
     return bits;
 }
 #endif
@@ -541,7 +541,7 @@ inline WordPair Turns(Words a, Words b) noexcept {
     return {reinterpret_cast<Words>(_mm_unpacklo_epi16(Register(a), Register(b))),
             reinterpret_cast<Words>(_mm_unpackhi_epi16(Register(a), Register(b)))};
 #else
-    WordPair turns;
+    WordPair turns = {};
     for (int32_t i = 0; i < kLanes; ++i) {
         turns.low[2 * i] = a[i];
         turns.low[2 * i + 1] = b[i];
@@ -561,7 +561,7 @@ inline Words WordsOf(Ints low, Ints high) noexcept {
 #elif ZV_X86
     return reinterpret_cast<Words>(_mm_packs_epi32(reinterpret_cast<__m128i>(low), reinterpret_cast<__m128i>(high)));
 #else
-    Words words;
+    Words words = {};
     const auto word = [](int32_t value) {
         return static_cast<int16_t>(value < INT16_MIN ? INT16_MIN : value > INT16_MAX ? INT16_MAX : value);
     };
