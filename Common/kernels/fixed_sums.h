@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "Common/kernels/planes.h"
+#include "Common/kernels/byte_words.h"
 
 namespace zv {
 inline namespace ZV_ISA {

@@ -37,6 +37,24 @@ inline Ints SplatInt(int32_t value) noexcept { return Ints{} + value; }
 inline Floats Splat(float value) noexcept { return Floats{} + value; }
 inline Doubles SplatDouble(double value) noexcept { return Doubles{} + value; }
 
+/// As the intrinsics have it.
+#if ZV_ISA_LEVEL == 2
+template <class Vector>
+__m512i Register(Vector lanes) noexcept {
+    return reinterpret_cast<__m512i>(lanes);
+}
+#elif ZV_ISA_LEVEL == 1
+template <class Vector>
+__m256i Register(Vector lanes) noexcept {
+    return reinterpret_cast<__m256i>(lanes);
+}
+#elif ZV_X86
+template <class Vector>
+__m128i Register(Vector lanes) noexcept {
+    return reinterpret_cast<__m128i>(lanes);
+}
+#endif
+
 template <class Vector>
 Vector LoadLanes(const void* from) noexcept {
     Vector lanes;
@@ -82,11 +100,11 @@ inline void StoreBytes(uint8_t* to, Ints lanes) noexcept {
     const __m512i low = reinterpret_cast<__m512i>(Greatest(lanes, Ints{}));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm512_cvtusepi32_epi8(low));
 #elif ZV_ISA_LEVEL == 1
-    const auto all = reinterpret_cast<__m256i>(lanes);
+    const auto all = Register(lanes);
     const __m128i words = _mm_packs_epi32(_mm256_castsi256_si128(all), _mm256_extracti128_si256(all, 1));
     _mm_storel_epi64(reinterpret_cast<__m128i*>(to), _mm_packus_epi16(words, words));
 #elif ZV_X86
-    const auto all = reinterpret_cast<__m128i>(lanes);
+    const auto all = Register(lanes);
     const __m128i words = _mm_packs_epi32(all, all);
     const int32_t four = _mm_cvtsi128_si32(_mm_packus_epi16(words, words));
     std::memcpy(to, &four, sizeof four);
@@ -100,7 +118,7 @@ inline void StoreBytes(uint8_t* to, Ints lanes) noexcept {
 /// The low eight bits of each lane, as bytes.
 inline void StoreLowBytes(uint8_t* to, Ints lanes) noexcept {
 #if ZV_ISA_LEVEL == 2
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm512_cvtepi32_epi8(reinterpret_cast<__m512i>(lanes)));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm512_cvtepi32_epi8(Register(lanes)));
 #else
     StoreBytes(to, lanes & 255);
 #endif
@@ -113,7 +131,7 @@ inline Ints Truncate(Floats lanes) noexcept { return __builtin_convertvector(lan
 /// A bit for each lane that is not 0, the first lane's lowest.
 inline uint32_t LanesThatAreSet(Ints lanes) noexcept {
 #if ZV_ISA_LEVEL == 2
-    const auto all = reinterpret_cast<__m512i>(lanes);
+    const auto all = Register(lanes);
     return _mm512_test_epi32_mask(all, all);
 #elif ZV_ISA_LEVEL == 1
     return static_cast<uint32_t>(_mm256_movemask_ps(reinterpret_cast<__m256>(lanes != 0)));
@@ -155,11 +173,11 @@ inline void StoreWordBytes(uint8_t* to, Words lanes) noexcept {
     const __m512i low = reinterpret_cast<__m512i>(Greatest(lanes, Words{}));
     _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), _mm512_cvtusepi16_epi8(low));
 #elif ZV_ISA_LEVEL == 1
-    const auto all = reinterpret_cast<__m256i>(lanes);
+    const auto all = Register(lanes);
     const __m128i bytes = _mm_packus_epi16(_mm256_castsi256_si128(all), _mm256_extracti128_si256(all, 1));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(to), bytes);
 #elif ZV_X86
-    const auto all = reinterpret_cast<__m128i>(lanes);
+    const auto all = Register(lanes);
     _mm_storel_epi64(reinterpret_cast<__m128i*>(to), _mm_packus_epi16(all, all));
 #else
     for (int32_t i = 0; i < kWords; ++i) {
@@ -174,11 +192,11 @@ inline bool AnyIsSet(Words lanes) noexcept { return LanesThatAreSet(reinterpret_
 /// The upper 16 bits of each product.
 inline Words MulHigh(Words a, Words b) noexcept {
 #if ZV_ISA_LEVEL == 2
-    return reinterpret_cast<Words>(_mm512_mulhi_epi16(reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b)));
+    return reinterpret_cast<Words>(_mm512_mulhi_epi16(Register(a), Register(b)));
 #elif ZV_ISA_LEVEL == 1
-    return reinterpret_cast<Words>(_mm256_mulhi_epi16(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
+    return reinterpret_cast<Words>(_mm256_mulhi_epi16(Register(a), Register(b)));
 #elif ZV_X86
-    return reinterpret_cast<Words>(_mm_mulhi_epi16(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
+    return reinterpret_cast<Words>(_mm_mulhi_epi16(Register(a), Register(b)));
 #else
     Words high = {};
     for (int32_t i = 0; i < kWords; ++i) high[i] = static_cast<int16_t>(a[i] * b[i] >> 16);

@@ -25,13 +25,11 @@ Floats Quotient(Floats n) noexcept {
 /// The upper 16 bits of each product.
 inline UnsignedWords UpperProduct(UnsignedWords a, UnsignedWords b) noexcept {
 #if ZV_ISA_LEVEL == 2
-    return reinterpret_cast<UnsignedWords>(
-        _mm512_mulhi_epu16(reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b)));
+    return reinterpret_cast<UnsignedWords>(_mm512_mulhi_epu16(Register(a), Register(b)));
 #elif ZV_ISA_LEVEL == 1
-    return reinterpret_cast<UnsignedWords>(
-        _mm256_mulhi_epu16(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
+    return reinterpret_cast<UnsignedWords>(_mm256_mulhi_epu16(Register(a), Register(b)));
 #elif ZV_X86
-    return reinterpret_cast<UnsignedWords>(_mm_mulhi_epu16(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
+    return reinterpret_cast<UnsignedWords>(_mm_mulhi_epu16(Register(a), Register(b)));
 #else
     UnsignedWords product;
     for (int32_t i = 0; i < kWords; ++i) product[i] = static_cast<uint16_t>((uint32_t{a[i]} * b[i]) >> 16);

@@ -9,7 +9,8 @@
 #include <array>
 #include <cstdint>
 
-#include "Common/kernels/planes.h"
+#include "Common/kernels/arithmetic.h"
+#include "Common/kernels/byte_words.h"
 
 namespace zv {
 inline namespace ZV_ISA {

@@ -91,11 +91,11 @@ constexpr uint32_t kChunkVectors = 4 * kChunk / kLanes;
 /// Lane by lane of 16 bits; 0 where b is not below a.
 inline Ints HowFarBelow(Ints a, Ints b) noexcept {
 #if ZV_ISA_LEVEL == 2
-    return reinterpret_cast<Ints>(_mm512_subs_epu16(reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b)));
+    return reinterpret_cast<Ints>(_mm512_subs_epu16(Register(a), Register(b)));
 #elif ZV_ISA_LEVEL == 1
-    return reinterpret_cast<Ints>(_mm256_subs_epu16(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
+    return reinterpret_cast<Ints>(_mm256_subs_epu16(Register(a), Register(b)));
 #elif ZV_X86
-    return reinterpret_cast<Ints>(_mm_subs_epu16(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
+    return reinterpret_cast<Ints>(_mm_subs_epu16(Register(a), Register(b)));
 #else
     const auto first = reinterpret_cast<UnsignedWords>(a), second = reinterpret_cast<UnsignedWords>(b);
     return reinterpret_cast<Ints>(first > second ? first - second : UnsignedWords{});

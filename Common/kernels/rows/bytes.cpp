@@ -1,5 +1,5 @@
 // What only moves bytes or bits of bytes: the hub's other order, the complement, and four bits a channel.
-#include "Common/kernels/planes.h"
+#include "Common/kernels/runs.h"
 
 namespace zv {
 inline namespace ZV_ISA {

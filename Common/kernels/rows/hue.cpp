@@ -1,5 +1,6 @@
 #include "Common/kernels/hue.h"
 
+#include "Common/kernels/byte_words.h"
 #include "Common/kernels/doubles.h"
 #include "Common/kernels/planes.h"
 #include "Common/kernels/quotients.h"

@@ -2,7 +2,6 @@
 
 #include "Common/kernels/doubles.h"
 #include "Common/kernels/fixed_sums.h"
-#include "Common/kernels/planes.h"
 #include "Common/kernels/word_sums.h"
 
 namespace zv {

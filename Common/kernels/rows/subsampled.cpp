@@ -1,6 +1,7 @@
 #include "Common/kernels/subsampled.h"
 
 #include "Common/kernels/fixed_sums.h"
+#include "Common/kernels/planes.h"
 
 namespace zv {
 inline namespace ZV_ISA {
@@ -237,8 +238,8 @@ static_assert([] {
 
 /// Four rows of up to 64 pixels.
 template <bool kRgbFirst>
-void Yvu9Columns(const uint8_t* band, ptrdiff_t rowStep, uint8_t* luma, uint8_t* planeV, uint8_t* planeU, int32_t width,
-                 int32_t count) noexcept {
+[[gnu::flatten]] void Yvu9Columns(const uint8_t* band, ptrdiff_t rowStep, uint8_t* luma, uint8_t* planeV,
+                                  uint8_t* planeU, int32_t width, int32_t count) noexcept {
     Planes<3> yuv;
     alignas(64) int32_t running[2][kBlocks];
     for (int32_t row = 0; row < kBand; ++row) {
@@ -278,7 +279,8 @@ void Yvu9Band(const uint8_t* band, ptrdiff_t rowStep, uint8_t* luma, uint8_t* pl
 }
 
 template <bool kRgbFirst>
-void Yvu9Row(const uint8_t* luma, const uint8_t* planeV, const uint8_t* planeU, uint8_t* hub, int32_t width) noexcept {
+[[gnu::flatten]] void Yvu9Row(const uint8_t* luma, const uint8_t* planeV, const uint8_t* planeU, uint8_t* hub,
+                              int32_t width) noexcept {
     Planes<3> yuv;
     const auto spread = [](const uint8_t* chroma, Plane& plane) {
         for (int32_t at = 0; at < kBlocks; at += kLanes) {
