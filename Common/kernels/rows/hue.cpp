@@ -187,7 +187,11 @@ public:
             StoreBytes(out[0].At(at), Truncate(intensity));
             StoreBytes(out[2].At(at), (255 - beside + isBelow) & (intensity != 0.0F));
         }
-        for (int32_t i = 0; i < kBlock; ++i) out[1][i] = hues_[places[i]];
+        for (int32_t i = 0; i < kBlock; ++i) {
+            uint32_t hue = hues_[places[i]];
+            asm("" : "+r"(hue));  // byte by byte costs less than a vector put together from bytes
+            out[1][i] = static_cast<uint8_t>(hue);
+        }
     }
 
 private:

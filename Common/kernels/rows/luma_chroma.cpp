@@ -35,7 +35,7 @@ Bytes BytesInARow(const Ints (&lanes)[4]) noexcept {
 
 using ByteTable = std::array<uint8_t, 256>;
 
-/// The luma of every grey lies on an edge.
+/// The luma of greys that all lie on an edge.
 template <class Space>
 constexpr ByteTable kGreyLuma = [] {
     ByteTable luma{};
@@ -46,27 +46,53 @@ constexpr ByteTable kGreyLuma = [] {
     return luma;
 }();
 
-Bytes LookUp(const ByteTable& table, Bytes at) noexcept {
+#if ZV_ISA_LEVEL == 1
+/// Where a grey's luma is one less than the grey, which it is where it is not the same: 256 bits, in each half.
+template <class Space>
+constexpr auto kGreyDeficits = [] {
+    std::array<std::array<uint8_t, kShuffled>, 2> bits{};
+    for (size_t v = 0; v < 256; ++v) {
+        const int deficit = static_cast<int>(v) - kGreyLuma<Space>[v];
+        if (deficit < 0 || deficit > 1) return decltype(bits){};
+        const auto bit = static_cast<uint8_t>(deficit << v % 8);
+        for (const size_t half : {size_t{0}, kReach}) bits[v / 128][half + v / 8 % 16] |= bit;
+    }
+    return bits;
+}();
+constexpr auto kBitOf = [] {
+    std::array<uint8_t, kShuffled> bits{};
+    for (size_t i = 0; i < kShuffled; ++i) bits[i] = static_cast<uint8_t>(1U << i % 8);
+    return bits;
+}();
+#endif
+
+template <class Space>
+Bytes LumaOfGreys(Bytes greys) noexcept {
 #if ZV_ISA_LEVEL == 2
-    const auto quarter = [&](size_t i) { return LoadLanes<__m512i>(table.data() + 64 * i); };
-    const __m512i places = Register(at);
+    const auto quarter = [&](size_t i) { return LoadLanes<__m512i>(kGreyLuma<Space>.data() + 64 * i); };
+    const __m512i places = Register(greys);
     return reinterpret_cast<Bytes>(_mm512_mask_blend_epi8(_mm512_movepi8_mask(places),
                                                           _mm512_permutex2var_epi8(quarter(0), places, quarter(1)),
                                                           _mm512_permutex2var_epi8(quarter(2), places, quarter(3))));
+#elif ZV_ISA_LEVEL == 1
+    static_assert(kGreyDeficits<Space>[0] != kGreyDeficits<Space>[1]);
+    const auto find = [](const std::array<uint8_t, kShuffled>& table, Bytes at) {
+        return _mm256_shuffle_epi8(LoadLanes<__m256i>(table.data()), Register(at));
+    };
+    const Bytes eighth = greys >> 3 & 15, bit = reinterpret_cast<Bytes>(find(kBitOf, greys & 7));
+    const auto bits = reinterpret_cast<Bytes>(_mm256_blendv_epi8(
+        find(kGreyDeficits<Space>[0], eighth), find(kGreyDeficits<Space>[1], eighth), Register(greys)));
+    return greys + reinterpret_cast<Bytes>((bits & bit) == bit);
 #else
     uint8_t places[kShuffled];
-    StoreLanes(places, at);
+    StoreLanes(places, greys);
     const auto eight = [&](size_t first) {
         uint64_t found = 0;
-        for (size_t i = 0; i < 8; ++i) found |= uint64_t{table[places[first + i]]} << 8 * i;
+        for (size_t i = 0; i < 8; ++i) found |= uint64_t{kGreyLuma<Space>[places[first + i]]} << 8 * i;
         return static_cast<long long>(found);
     };
-#    if ZV_ISA_LEVEL == 1
-    return reinterpret_cast<Bytes>(_mm256_setr_epi64x(eight(0), eight(8), eight(16), eight(24)));
-#    else
     typedef long long Eights __attribute__((vector_size(kShuffled)));
     return reinterpret_cast<Bytes>(Eights{eight(0), eight(8)});
-#    endif
 #endif
 }
 
@@ -130,9 +156,11 @@ void EncodeBySums(const Bytes (&rgb)[3], Bytes (&out)[3]) noexcept {
         out[kChannel] = BytesOf(halves[0].whole, halves[1].whole);
         if constexpr (kChannel != Codec::kWithoutClose) {
             if (!AnyIsSet(halves[0].close | halves[1].close)) return;
-            if (kChannel == 0 && IsGrey(rgb)) {
-                out[0] = LookUp(kGreyLuma<typename Codec::Space>, rgb[1]);
-                return;
+            if constexpr (kChannel == 0 && Codec::kGreysAreClose) {
+                if (IsGrey(rgb)) {
+                    out[0] = LumaOfGreys<typename Codec::Space>(rgb[1]);
+                    return;
+                }
             }
             out[kChannel] = EncodeAgain<typename Codec::Space, kChannel, kSigned>(rgb[0], rgb[1], rgb[2]);
         }
@@ -187,6 +215,7 @@ private:
 
 struct YuvRows {
     using Space = Yuv;
+    static constexpr bool kGreysAreClose = true;
     static constexpr bool kSignedChroma = false;
     static constexpr size_t kWithoutClose = 3;
     static constexpr auto kEncode = WordSumsOf(SumsOfDifferences<Yuv>, 255, {58000, 44600, 55000});
@@ -225,6 +254,7 @@ constexpr auto kYiqSteps = [] {
 
 struct YiqRows {
     using Space = Yiq;
+    static constexpr bool kGreysAreClose = false;
     static constexpr bool kSignedChroma = false;
     static constexpr size_t kWithoutClose = 3;
     static constexpr auto kEncode = WordSumsOf(SumsOfDifferences<Yiq>, 255, {52600, 50500, 53400});
@@ -247,6 +277,7 @@ struct YiqRows {
 
 struct YcbcrRows {
     using Space = Ycbcr;
+    static constexpr bool kGreysAreClose = true;
     static constexpr bool kSignedChroma = true;
     /// Blue chroma: 8437 (r - g) / 50000 is half an integer for no colour but those with r = g, whose sum is exact.
     static constexpr size_t kWithoutClose = 1;
