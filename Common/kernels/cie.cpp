@@ -42,6 +42,15 @@ constinit LazyTable<LabTables> labTables([](LabTables& tables) noexcept {
         }
     }
     FillByteCells(tables.cells);
+    FillLabPowers(tables.cells.powers);
+});
+
+constinit LazyTable<LabRoots> labRoots([](LabRoots& roots) noexcept {
+    uint16_t cubeRoot[4096];
+    ClrBuildLabRoots(cubeRoot);
+    for (int32_t i = 0; i < kLabSums; ++i) {
+        roots.of[i] = static_cast<int16_t>(LabRootOf(cubeRoot, i) - kLabRootMiddle);
+    }
 });
 
 struct RecordLabEncoder {
@@ -75,7 +84,9 @@ int32_t ClrLabParamsFromHub(const ClrLabEncodeRecord* record, const uint8_t* sou
         return CLR_SUCCESS;
     }
     const ClrRow row = LabRecordRows().fromHub[rgbFirst != 0 ? 1 : 0];
-    image.EachRow(kHubBytes, Lab::kPixelBytes, [&](const uint8_t* from, uint8_t* to) { row(from, to, width, record); });
+    const LabEncodeContext context = {*record, labRoots.Get()};
+    image.EachRow(kHubBytes, Lab::kPixelBytes,
+                  [&](const uint8_t* from, uint8_t* to) { row(from, to, width, &context); });
     return CLR_SUCCESS;
 }
 

@@ -15,15 +15,15 @@ struct DoublePair {
 
 inline DoublePair ToDoubles(Ints lanes) noexcept {
 #if ZV_ISA_LEVEL == 2
-    const auto all = reinterpret_cast<__m512i>(lanes);
+    const auto all = Register(lanes);
     return {reinterpret_cast<Doubles>(_mm512_cvtepi32_pd(_mm512_castsi512_si256(all))),
             reinterpret_cast<Doubles>(_mm512_cvtepi32_pd(_mm512_extracti64x4_epi64(all, 1)))};
 #elif ZV_ISA_LEVEL == 1
-    const auto all = reinterpret_cast<__m256i>(lanes);
+    const auto all = Register(lanes);
     return {reinterpret_cast<Doubles>(_mm256_cvtepi32_pd(_mm256_castsi256_si128(all))),
             reinterpret_cast<Doubles>(_mm256_cvtepi32_pd(_mm256_extracti128_si256(all, 1)))};
 #elif ZV_X86
-    const auto all = reinterpret_cast<__m128i>(lanes);
+    const auto all = Register(lanes);
     return {reinterpret_cast<Doubles>(_mm_cvtepi32_pd(all)),
             reinterpret_cast<Doubles>(_mm_cvtepi32_pd(_mm_unpackhi_epi64(all, all)))};
 #else

@@ -24,20 +24,22 @@ Words Wholes(Words numbers, FixedWeight<kBits> weight) noexcept {
     return weight.whole == 0 ? Words{} : numbers * weight.whole;
 }
 
-/// Each lane's product with its weight, and the next lane's with its own.
-inline Ints SumsOfTwo(Words turns, int16_t first, int16_t second) noexcept {
-#if ZV_X86
-    const int32_t both = static_cast<uint16_t>(first) | second * (1 << 16);
-#    if ZV_ISA_LEVEL == 2
-    return reinterpret_cast<Ints>(_mm512_madd_epi16(Register(turns), _mm512_set1_epi32(both)));
-#    elif ZV_ISA_LEVEL == 1
-    return reinterpret_cast<Ints>(_mm256_madd_epi16(Register(turns), _mm256_set1_epi32(both)));
-#    else
-    return reinterpret_cast<Ints>(_mm_madd_epi16(Register(turns), _mm_set1_epi32(both)));
-#    endif
+/// The weights of a pair of words, as SumsOfTwo takes them.
+constexpr int32_t WeightPair(int16_t first, int16_t second) noexcept {
+    return static_cast<uint16_t>(first) | second * (1 << 16);
+}
+
+/// The products of each two words with their weights, added.
+inline Ints SumsOfTwo(Words pairs, int32_t weights) noexcept {
+#if ZV_ISA_LEVEL == 2
+    return reinterpret_cast<Ints>(_mm512_madd_epi16(Register(pairs), _mm512_set1_epi32(weights)));
+#elif ZV_ISA_LEVEL == 1
+    return reinterpret_cast<Ints>(_mm256_madd_epi16(Register(pairs), _mm256_set1_epi32(weights)));
+#elif ZV_X86
+    return reinterpret_cast<Ints>(_mm_madd_epi16(Register(pairs), _mm_set1_epi32(weights)));
 #else
-    const auto pairs = reinterpret_cast<Ints>(turns);
-    return (pairs << 16 >> 16) * first + (pairs >> 16) * second;
+    const auto lanes = reinterpret_cast<Ints>(pairs);
+    return (lanes << 16 >> 16) * static_cast<int16_t>(weights) + (lanes >> 16) * (weights >> 16);
 #endif
 }
 
@@ -47,7 +49,9 @@ Words FixedSum(Words a, FixedWeight<kBits> first, Words b, FixedWeight<kBits> se
                FixedWeight<kBits> constant) noexcept {
     const WordPair ab = Turns(a, b), c1 = Turns(c, Words{} + 1);
     const auto sum = [&](Words of2, Words of1) {
-        return (SumsOfTwo(of2, first.rest, second.rest) + SumsOfTwo(of1, third.rest, constant.rest)) >> kBits;
+        return (SumsOfTwo(of2, WeightPair(first.rest, second.rest)) +
+                SumsOfTwo(of1, WeightPair(third.rest, constant.rest))) >>
+               kBits;
     };
     return (Wholes(a, first) + Wholes(b, second)) + (Wholes(c, third) + constant.whole) +
            WordsOf(sum(ab.low, c1.low), sum(ab.high, c1.high));
@@ -57,7 +61,9 @@ Words FixedSum(Words a, FixedWeight<kBits> first, Words b, FixedWeight<kBits> se
 template <int32_t kBits>
 Words FixedSum(Words a, FixedWeight<kBits> first, Words b, FixedWeight<kBits> second, int32_t constant = 0) noexcept {
     const WordPair ab = Turns(a, b);
-    const auto sum = [&](Words turns) { return (SumsOfTwo(turns, first.rest, second.rest) + constant) >> kBits; };
+    const auto sum = [&](Words turns) {
+        return (SumsOfTwo(turns, WeightPair(first.rest, second.rest)) + constant) >> kBits;
+    };
     return (Wholes(a, first) + Wholes(b, second)) + WordsOf(sum(ab.low), sum(ab.high));
 }
 

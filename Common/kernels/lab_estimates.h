@@ -3,6 +3,7 @@
 
 #include "Common/kernels/byte_cells.h"
 #include "Common/kernels/cie.h"
+#include "Common/kernels/fixed_sums.h"
 #include "Common/kernels/lab_records.h"
 #include "Common/kernels/powers.h"
 #include "Common/kernels/quads.h"
@@ -34,9 +35,31 @@ inline Floats LabRoot(Floats t, Ints& close) noexcept {
     return off > 0.0F ? CubeRoot(t) : line;
 }
 
-/// A record's byte of fy, fx - fy or fy - fz before it is cut, less the margin.
-inline Floats LeastOfRecord(const ClrLabEncodeRecord::ByteScales& bytes, size_t channel, Ints number) noexcept {
-    return ToFloat(number) * bytes.scale[channel] + bytes.constant[channel];
+// A record's numbers of 16 bits, two to a lane.
+
+/// a - b, cut to 16 bits.
+inline Words Difference(Words a, Words b) noexcept {
+#if ZV_ISA_LEVEL == 2
+    return reinterpret_cast<Words>(_mm512_subs_epi16(Register(a), Register(b)));
+#elif ZV_ISA_LEVEL == 1
+    return reinterpret_cast<Words>(_mm256_subs_epi16(Register(a), Register(b)));
+#elif ZV_X86
+    return reinterpret_cast<Words>(_mm_subs_epi16(Register(a), Register(b)));
+#else
+    Words difference = {};
+    for (int32_t i = 0; i < kWords; ++i) {
+        difference[i] = static_cast<int16_t>(Clamp(a[i] - b[i], -32768, 32767));
+    }
+    return difference;
+#endif
+}
+
+/// The definition's bytes before they are cut.
+inline Words BytesOfNumbers(const ClrLabEncodeRecord::ByteScale& scale, Words n) noexcept {
+    const auto add = [&](Ints high, Ints low) { return high + (((low + scale.round) >> 16) + scale.constant); };
+    const Ints even = add(SumsOfTwo(n, scale.high[0]), SumsOfTwo(n, scale.low[0]));
+    const Ints odd = add(SumsOfTwo(n, scale.high[1]), SumsOfTwo(n, scale.low[1]));
+    return reinterpret_cast<Words>((even >> 16 & 65535) | (odd & ~65535));
 }
 
 // --- Lab to hub -----------------------------------------------------------------------------------------------------
@@ -79,20 +102,126 @@ Floats LightOfFraction(Floats n) noexcept {
     return n >= static_cast<float>(kFirstCube) ? cube : line;
 }
 
-/// From the definition's own integers, which single precision holds; from 0 to 1.
+/// What rounds the last eight bits of a root away.
+inline constexpr int32_t kRootRound = 128;
+
+/// From the definition's own integers and kRootRound; from 0 to kRecordWhole. The line goes through the middle of the
+/// definition's steps of 64.
 inline Floats LightOfRoot(Ints f) noexcept {
-    const Floats root = ToFloat(Least((f + 128) >> 8, SplatInt(1 << 20)));
-    const Floats line =
-        ToFloat(Greatest((f - kLabLineFrom) >> 6, Ints{})) * (static_cast<float>(kLabLineSlope) * 0x1p-44F);
-    return f > kLabCubeFrom ? ((root * root) * root) * 0x1p-60F : line;
+    const Floats root = ToFloat(Least(f >> 8, SplatInt(1 << 20)));
+    const Floats off = root - static_cast<float>((kLabLineFrom + 31.5) / 256);
+    // What lies below 0 has a sign as an integer, too.
+    const auto above = reinterpret_cast<Floats>(Greatest(reinterpret_cast<Ints>(off), Ints{}));
+    const Floats line = above * (static_cast<float>(kLabLineSlope) * (0x1p-42F * kRecordWhole));
+    return f > kLabCubeFrom + kRootRound ? (root * root) * root : line;
 }
 
 inline Floats WeightedLight(const float (&weights)[3], Floats x, Floats y, Floats z) noexcept {
     return (x * weights[0] + y * weights[1]) + z * weights[2];
 }
 
-/// A block of linear light on its way to bytes. Its cells are looked up one by one between two passes of lanes: that
-/// takes less time than the processors' own gathering.
+/// table[place % 16], and % 32, for each lane.
+inline Floats Chosen(const float (&table)[16], Ints places) noexcept {
+#if ZV_ISA_LEVEL == 2
+    return reinterpret_cast<Floats>(_mm512_permutexvar_ps(reinterpret_cast<__m512i>(places), _mm512_loadu_ps(table)));
+#else
+    Floats chosen = {};
+    for (int32_t i = 0; i < kLanes; ++i) chosen[i] = table[places[i] & 15];
+    return chosen;
+#endif
+}
+inline Floats Chosen(const float (&table)[32], Ints places) noexcept {
+#if ZV_ISA_LEVEL == 2
+    return reinterpret_cast<Floats>(
+        _mm512_permutex2var_ps(_mm512_loadu_ps(table), reinterpret_cast<__m512i>(places), _mm512_loadu_ps(table + 16)));
+#else
+    Floats chosen = {};
+    for (int32_t i = 0; i < kLanes; ++i) chosen[i] = table[places[i] & 31];
+    return chosen;
+#endif
+}
+
+/// What light is cut to before its power is taken.
+inline constexpr float kLeastPowered = 0x1p-22F;
+
+/// 255 times the power of light that is cut to kLeastPowered and 1.
+inline Floats BytePower(const LabPowers& powers, Floats light) noexcept {
+    // As integers, numbers compare as they do by themselves, and negative ones are less than all others.
+    const Ints bits = Least(Greatest(reinterpret_cast<Ints>(light), reinterpret_cast<Ints>(Splat(kLeastPowered))),
+                            reinterpret_cast<Ints>(Splat(1.0F)));
+    const auto mantissa = reinterpret_cast<Floats>((bits & 0x7FFFFF) | 0x3F800000);
+    const Ints sixteenths = bits >> 19;
+    const Floats upper = mantissa * Chosen(powers.mantissas[2], sixteenths) + Chosen(powers.mantissas[1], sixteenths);
+    return (mantissa * upper + Chosen(powers.mantissas[0], sixteenths)) * Chosen(powers.octaves, bits >> 23);
+}
+
+/// How far light lies from the nearest threshold at least, times w, which is BytePower of it; `rounded` is the integer
+/// nearest to w.
+///
+/// Thresholds lie half between integers of w. Light grows with w by light / (0.45 w), ever faster: that is the least
+/// for a threshold above. For one below, from w = 1 / 2 on, the way to it has 0.69 of that slope at least. With 0.5,
+/// 2^-21 may be added to the light, which makes the bound hold for dark light, cut or below 0.
+inline Floats LeastDistance(Floats light, Floats w, Floats rounded) noexcept {
+    constexpr float kSlope = 0.5F / 0.45F;
+    const Floats room = kSlope * (0.5F - 256 * kLabPowerError) - Magnitude(w - rounded) * kSlope;
+    return room * (Magnitude(light) + 0x1p-21F);
+}
+
+#if ZV_ISA_LEVEL == 2
+
+/// A block of linear light on its way to bytes, by their powers: registers hold all that is to be looked up.
+class LightBlock {
+public:
+    explicit LightBlock(const LabLightSums& sums, const LabByteCells& cells) noexcept
+        : sums_(sums), powers_(cells.powers) {}
+
+    void Put(int32_t at, Floats x, Floats y, Floats z) noexcept {
+        StoreLanes(all_ + at, (x + y) + z);
+        for (size_t c = 0; c < 3; ++c) StoreLanes(light_[c] + at, WeightedLight(sums_.weights[c], x, y, z));
+    }
+
+    /// Bytes of the three sums. What may be wrong is added to `close`.
+    void Store(const std::array<uint8_t*, 3>& to, ClosePixels& close) noexcept {
+        for (int32_t at = 0; at < kBlock; at += kLanes) {
+            const auto all = LoadLanes<Floats>(all_ + at);
+            Floats least = Splat(1.0F);
+            for (size_t c = 0; c < 3; ++c) {
+                const auto light = LoadLanes<Floats>(light_[c] + at);
+                const Floats w = BytePower(powers_, light);
+                // The sum's lowest bits are the nearest integer.
+                constexpr float kWhole = 3 << 22;
+                const Floats whole = w + kWhole;
+                StoreLowBytes(to[c] + at, reinterpret_cast<Ints>(whole));
+                const Floats margin = all * sums_.relative[c] + sums_.absolute[c];
+                const Floats rest = LeastDistance(light, w, whole - kWhole) - w * margin;
+                least = Least(least, rest);
+            }
+            close.Add(at, least <= 0.0F);
+        }
+    }
+
+private:
+    const LabLightSums& sums_;
+    const LabPowers& powers_;
+    alignas(64) float all_[kBlock];
+    alignas(64) float light_[3][kBlock];
+};
+
+#else
+
+/// In registers, for loops whose stores of bytes might change any number.
+struct SplatMargins {
+    Floats relative[3], absolute[3];
+    explicit SplatMargins(const LabLightSums& sums) noexcept {
+        for (size_t c = 0; c < 3; ++c) {
+            relative[c] = Splat(sums.relative[c]);
+            absolute[c] = Splat(sums.absolute[c]);
+        }
+    }
+};
+
+/// A block of linear light on its way to bytes. Its cells are looked up one by one: that takes less time than the
+/// processors' own gathering.
 class LightBlock {
 public:
     explicit LightBlock(const LabLightSums& sums, const LabByteCells& cells) noexcept : sums_(sums), cells_(cells) {}
@@ -101,30 +230,41 @@ public:
         StoreLanes(all_ + at, (x + y) + z);
         for (size_t c = 0; c < 3; ++c) {
             const Floats v = WeightedLight(sums_.weights[c], x, y, z);
-            const Floats inside = Least(Greatest(v, Splat(0x1p-21F)), Splat(1.0F));
             StoreLanes(light_[c] + at, v);
-            StoreLanes(places_[c] + at, reinterpret_cast<Ints>(inside) >> kCellBits);
+            StoreLanes(places_[c] + at, Least(Greatest(reinterpret_cast<Ints>(v), SplatInt(kFirstCell << kCellBits)),
+                                              SplatInt(kLastCell << kCellBits)) >>
+                                            kCellBits);
         }
+        if (at >= kBehind) LookUpCells(at - kBehind);
     }
 
     /// Bytes of the three sums. What may be wrong is added to `close`.
     void Store(const std::array<uint8_t*, 3>& to, ClosePixels& close) noexcept {
-        for (size_t c = 0; c < 3; ++c) LookUp<kFirstCell>(cells_.entries, places_[c], entries_[c]);
+        const SplatMargins margins(sums_);
         for (int32_t at = 0; at < kBlock; at += kLanes) {
+            if (at < kBehind) LookUpCells(at + (kBlock - kBehind));
             const auto all = LoadLanes<Floats>(all_ + at);
             Ints differences = {};
             for (size_t c = 0; c < 3; ++c) {
                 const auto entry = LoadLanes<Ints>(entries_[c] + at);
                 const Ints threshold = (LoadLanes<Ints>(places_[c] + at) << kCellBits) + (entry >> 8);
                 const Floats above = LoadLanes<Floats>(light_[c] + at) - reinterpret_cast<Floats>(threshold);
-                differences |= Magnitude(above) <= all * sums_.relative[c] + sums_.absolute[c];
-                StoreLowBytes(to[c] + at, (entry & 255) - (above >= 0.0F));
+                differences |= Magnitude(above) <= all * margins.relative[c] + margins.absolute[c];
+                StoreLowBytes(to[c] + at, entry - (above >= 0.0F));
             }
             close.Add(at, differences);
         }
     }
 
 private:
+    /// Of kLanes pixels.
+    [[gnu::always_inline]] void LookUpCells(int32_t at) noexcept {
+        for (size_t c = 0; c < 3; ++c) LookUp<kFirstCell>(cells_.entries, places_[c] + at, entries_[c] + at);
+    }
+
+    /// Look-ups stay so many pixels behind: processors do them beside the work of lanes, and find the places stored.
+    static constexpr int32_t kBehind = 16;
+
     const LabLightSums& sums_;
     const LabByteCells& cells_;
     alignas(64) float all_[kBlock];
@@ -133,9 +273,11 @@ private:
     alignas(64) uint32_t entries_[3][kBlock];
 };
 
+#endif
+
 /// Does the close pixels of a block again, neighbours of one colour only once: a flat area may be close as a whole.
-template <class Load, class Define, class Store>
-void RedoOnce(const ClosePixels& close, const Load& load, const Define& define, const Store& store) noexcept {
+template <class Pixels, class Load, class Define, class Store>
+void RedoOnce(const Pixels& close, const Load& load, const Define& define, const Store& store) noexcept {
     decltype(load(0)) last{};
     decltype(define(last)) result{};
     bool any = false;

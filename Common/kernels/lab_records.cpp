@@ -46,22 +46,24 @@ bool IsWithin(int64_t value, int64_t range) noexcept { return value > -range && 
 /// Sums of the fixed matrix in single precision.
 ///
 /// In units of 2^-24, X, Y and Z are off by two products, 2 of themselves. The weights are exact; products make it 3,
-/// two sums 5, the rounded threshold 6. What the fixed steps round away: of X, Y, Z half a unit of 2^-24 in the square
-/// and half of 2^-28 at the end; half of 2^-28 for each of three products and for the threshold.
+/// two sums 5, the rounded threshold 6. In units of 2^-28: the line, 0.1285 high for each unit of a root, is off by
+/// 16.5 for the root's last eight bits, by 4.1 for half a step of 64, by less than 1 for its constant and difference
+/// and by half at the end of the fixed steps; the cube, which they round to 24 bits in the square, by 9. Half is what
+/// they round away of each of three products and of the threshold.
 bool SetLightSums(LabLightSums& sums, const int32_t (&matrix)[9]) noexcept {
     for (size_t c = 0; c < 3; ++c) {
         double most = 0, all = 0;
         for (size_t k = 0; k < 3; ++k) {
             const int32_t weight = matrix[3 * c + k];
             if (!IsWithin(weight, 1 << 24)) return false;
-            sums.weights[c][k] = Single(weight) / 65536.0F;
+            sums.weights[c][k] = Single(weight) / (65536.0F * kRecordWhole);
             const double size = std::fabs(weight / 65536.0);
             if (size > most) most = size;
             all += size;
         }
         const double relative = 6.01 * kUnit * most;
-        const double absolute = 1.01 * (all * (0x1p-25 + 0x1p-29) + 4 * 0x1p-29);
-        sums.relative[c] = static_cast<float>(relative);
+        const double absolute = 1.01 * (all * 22.2 * 0x1p-28 + 4 * 0x1p-29);
+        sums.relative[c] = static_cast<float>(relative / double{kRecordWhole});
         sums.absolute[c] = static_cast<float>(absolute);
         // From 8 on, the definition's sums of three products may wrap.
         if (all >= 8 || 3 * relative + absolute > kLeastHalfway) return false;
@@ -107,19 +109,24 @@ bool SetLanes(ClrLabDecodeRecord& record) noexcept {
     return SetLightSums(lanes.sums, record.fixedMatrix);
 }
 
-/// A byte from a number of 16 fractional bits, times `scale`, and a constant.
-///
-/// With u = 2^-24 and M the greatest magnitude, scale, product, constant, sum and the last sum are off by u M each. The
-/// definition rounds half a unit of 2^-16 away.
-bool SetChannel(ClrLabEncodeRecord::ByteScales& bytes, size_t channel, int32_t scale, double constant) noexcept {
-    const double magnitude = std::fabs(scale / 65536.0) + std::fabs(constant) + 2;
-    if (magnitude > 16384) return false;
-    const double margin = 0x1p-17 + 5.01 * kUnit * magnitude;
-    bytes.scale[channel] = static_cast<float>(scale * 0x1p-32);
-    bytes.constant[channel] = static_cast<float>(constant + 0.5 - margin);
-    bytes.window[channel] = static_cast<float>(2 * margin);
+/// For numbers n + middle; `constant` holds what the definition adds to the product, 16.16. False if it may wrap.
+bool SetByteScale(ClrLabEncodeRecord::ByteScale& bytes, int32_t scale, int64_t middle, int64_t constant) noexcept {
+    // Numbers go up to 65536: all sums stay below 2^31, bytes before they are cut below 2^15.
+    if (!IsWithin(scale, int64_t{1} << 30) || !IsWithin(constant, int64_t{1} << 29)) return false;
+    const int32_t high = (scale + 32768) >> 16;
+    const int32_t low = scale - high * 65536;
+    const int64_t rounded = middle * low + 32768;
+    bytes.low[0] = low & 65535;
+    bytes.low[1] = low * 65536;
+    bytes.high[0] = high & 65535;
+    bytes.high[1] = high * 65536;
+    bytes.round = static_cast<int32_t>(rounded & 65535);
+    bytes.constant = static_cast<int32_t>(middle * high + (rounded >> 16) + constant + 32768);
     return true;
 }
+
+/// A bound of a difference, which saturates in 16 bits.
+int16_t Bound(int32_t value) noexcept { return static_cast<int16_t>(Clamp(value, -32767, 32766)); }
 
 bool SetLanes(ClrLabEncodeRecord& record) noexcept {
     ClrLabEncodeRecord::Lanes& lanes = record.lanes;
@@ -136,19 +143,45 @@ bool SetLanes(ClrLabEncodeRecord& record) noexcept {
             }
             white += most;
         }
-        if (white >= kLabRoots * 16) return false;
+        if (white >= kLabSums) return false;
     }
-    for (size_t i = 0; i < kLabRoots; ++i) {
-        const int32_t root = i < 4096 ? record.cubeRoot[i] : 65536;
-        const int32_t step = i < 4095 ? record.cubeRoot[i + 1] - root : 0;
-        lanes.roots[i] = static_cast<uint32_t>((root - kLabRootMiddle) * 65536 + step);
-    }
-    return SetChannel(lanes.bytes, 0, record.lScale, record.lBias / 65536.0) &&
-           SetChannel(lanes.bytes, 1, record.aScale, record.aOffset) &&
-           SetChannel(lanes.bytes, 2, record.bScale, record.bOffset);
+    lanes.aMin = Bound(record.aMin);
+    lanes.aMax = Bound(record.aMax);
+    lanes.bMin = Bound(record.bMin);
+    lanes.bMax = Bound(record.bMax);
+    return SetByteScale(lanes.bytes[0], record.lScale, kLabRootMiddle, record.lBias) &&
+           SetByteScale(lanes.bytes[1], record.aScale, 0, int64_t{record.aOffset} * 65536) &&
+           SetByteScale(lanes.bytes[2], record.bScale, 0, int64_t{record.bOffset} * 65536);
 }
 
 }  // namespace
+
+void ClrBuildLabRoots(uint16_t (&cubeRoot)[4096]) noexcept {
+    for (int32_t i = 0; i < 4096; ++i) {
+        const float t = Single(i * 16) * 1.52587890625e-5F;
+        const float v = t > 0.008856F ? SinglePower(t, 0.33333334F) : t * 7.7867F + 0.13793103F;
+        cubeRoot[i] = static_cast<uint16_t>(TruncateToInt(double{v * 65536.0F} + 0.5));
+    }
+}
+
+void FillLabPowers(LabPowers& powers) noexcept {
+    constexpr double kPower = kLabGammaPercent / 100.0;
+    for (size_t i = 0; i < 32; ++i) {
+        // The exponents from -31 to 0 are stored as 96 to 127.
+        powers.octaves[i] = static_cast<float>(255 * std::pow(2.0, kPower * (static_cast<double>(i) - 31)));
+    }
+    for (size_t i = 0; i < 16; ++i) {
+        constexpr double kHalf = 1.0 / 32;
+        const double b = 1 + (2 * static_cast<double>(i) + 1) * kHalf;
+        const double a = b - kHalf * std::sqrt(0.75), c = b + kHalf * std::sqrt(0.75);
+        const auto power = [](double x) { return std::pow(x, kPower); };
+        const double ab = (power(b) - power(a)) / (b - a), bc = (power(c) - power(b)) / (c - b);
+        const double abc = (bc - ab) / (c - a);
+        powers.mantissas[0][i] = static_cast<float>(power(a) - ab * a + abc * a * b);
+        powers.mantissas[1][i] = static_cast<float>(ab - abc * (a + b));
+        powers.mantissas[2][i] = static_cast<float>(abc);
+    }
+}
 
 void ClrBuildLabDecode(ClrLabDecodeRecord* record, int32_t gammaPercent) noexcept {
     record->lBase = static_cast<float>(ClrRound16(record->lOffset - 4080.0 / record->lRange));
@@ -199,11 +232,7 @@ void ClrBuildLabEncode(ClrLabEncodeRecord* record, int32_t gammaPercent) noexcep
             record->rgbToXyz[k][i] = ClrRound16(entry);
         }
     }
-    for (int32_t i = 0; i < 4096; ++i) {
-        const float t = Single(i * 16) * 1.52587890625e-5F;
-        const float v = t > 0.008856F ? SinglePower(t, 0.33333334F) : t * 7.7867F + 0.13793103F;
-        record->cubeRoot[i] = static_cast<uint16_t>(TruncateToInt(double{v * 65536.0F} + 0.5));
-    }
+    ClrBuildLabRoots(record->cubeRoot);
     record->lanes.usable = SetLanes(*record);
 }
 

@@ -2,6 +2,7 @@
 // are built once for a converter.
 #pragma once
 
+#include <array>
 #include <cstddef>
 
 #include "Common/kernels/arithmetic.h"
@@ -34,9 +35,14 @@ struct ClrLabDecodeRecord {
 
 inline constexpr int32_t kLabSumBits = 21;
 /// Sums of white lie a little above 1.
-inline constexpr int32_t kLabRoots = 4096 + 64;
+inline constexpr int32_t kLabSums = 65536 + 1024;
 /// Roots from 9039 to 65536 fit 16 bits with a sign around it.
 inline constexpr int32_t kLabRootMiddle = 40000;
+
+/// By a sum of 16 fractional bits its root less kLabRootMiddle. The same for all records, and too big for each.
+struct LabRoots {
+    int16_t of[kLabSums];
+};
 
 /// Hub to Lab.
 struct ClrLabEncodeRecord {
@@ -49,21 +55,26 @@ struct ClrLabEncodeRecord {
     double matrix[9];  ///< linear RGB to XYZ, row by row
     int32_t lOffset, lRange, aOffset, aRange, bOffset, bRange;
 
-    /// To bytes from fy, fx - fy, fy - fz.
-    struct ByteScales {
-        float scale[3], constant[3];  ///< less the margin
-        float window[3];              ///< twice the margin
+    /// The definition's byte, before it is cut, of a 16-bit number n: (n * high + ((n * low + round) >> 16) + constant)
+    /// >> 16. Factors of 16 bits stand in the lower half, for the lower word of a pair, and in the upper.
+    struct ByteScale {
+        int32_t low[2], high[2];
+        int32_t round, constant;
     };
 
     /// For rows of many pixels at a time.
     struct Lanes {
         bool usable;
-        ByteScales bytes;
-        uint64_t xyz[3][256];  ///< what a byte of R, G or B adds to X, Y, Z: kLabSumBits for each
-        /// By all but the lowest four bits of a sum: its step to the next entry in the low half, cubeRoot less
-        /// kLabRootMiddle in the high half.
-        uint32_t roots[kLabRoots];
+        ByteScale bytes[3];              ///< of fy less kLabRootMiddle, fx - fy, fy - fz
+        int16_t aMin, aMax, bMin, bMax;  ///< within what subtractions that saturate can tell
+        uint64_t xyz[3][256];            ///< what a byte of R, G or B adds to X, Y, Z: kLabSumBits for each
     } lanes;
+};
+
+/// What rows to an encoding of its own need.
+struct LabEncodeContext {
+    const ClrLabEncodeRecord& record;
+    const LabRoots& roots;
 };
 
 /// What the records start with.
@@ -78,6 +89,8 @@ extern const LabSetup kLabEncodeSetup;
 extern const LabSetup kLabChangeSetup;
 inline constexpr ClrLabParams kLabChangeEncoding = {32, 0, 0, 100, 128, 170, 96, 200};
 
+/// Fills what every encoding record has as its cubeRoot.
+void ClrBuildLabRoots(uint16_t (&cubeRoot)[4096]) noexcept;
 void ClrBuildLabDecode(ClrLabDecodeRecord* record, int32_t gammaPercent) noexcept;
 /// Leaves the tables and scales as they are when the encoding cannot hold grey on both sides.
 void ClrBuildLabEncode(ClrLabEncodeRecord* record, int32_t gammaPercent) noexcept;
@@ -110,18 +123,20 @@ void SetLabRecord(Record& record, const LabSetup& setup, const ClrLabParams& enc
     record.bRange = encoding.bRange;
 }
 
+/// The CIE f function of a sum, between the entries of its table.
+inline int32_t LabRootOf(const uint16_t (&cubeRoot)[4096], int32_t v) noexcept {
+    if (v >= 65536) return 65536;
+    if (v < 0) v = 0;
+    const auto i = static_cast<size_t>(v >> 4);
+    const int32_t lo = cubeRoot[i];
+    const int32_t hi = cubeRoot[i < 4095 ? i + 1 : i];
+    return lo + (((hi - lo) * (v & 15) + 8) >> 4);
+}
+
 inline Pixel<3> LabFromRgb(const ClrLabEncodeRecord& record, Rgb pixel) noexcept {
     const auto sum = [&](size_t first) {
         return WrapAdd(WrapAdd(record.rgbToXyz[first][pixel.r], record.rgbToXyz[first + 1][pixel.g]),
                        record.rgbToXyz[first + 2][pixel.b]);
-    };
-    const auto f = [&](int32_t v) {
-        if (v >= 65536) return 65536;
-        if (v < 0) v = 0;
-        const auto i = static_cast<size_t>(v >> 4);
-        const int32_t lo = record.cubeRoot[i];
-        const int32_t hi = record.cubeRoot[i < 4095 ? i + 1 : i];
-        return lo + (((hi - lo) * (v & 15) + 8) >> 4);
     };
     // What share of a difference the encoding can hold. A difference too small to divide by is held whole.
     const auto share = [](int32_t value, int32_t low, int32_t high) {
@@ -136,7 +151,8 @@ inline Pixel<3> LabFromRgb(const ClrLabEncodeRecord& record, Rgb pixel) noexcept
         return ByteOf(WrapAdd(WrapAdd(WrapAdd(ClrFixMul(value, scale), bias), 32768) >> 16, offset));
     };
 
-    const int32_t fx = f(sum(0)), fy = f(sum(3)), fz = f(sum(6));
+    const int32_t fx = LabRootOf(record.cubeRoot, sum(0)), fy = LabRootOf(record.cubeRoot, sum(3)),
+                  fz = LabRootOf(record.cubeRoot, sum(6));
     int32_t a = fx - fy;
     int32_t b = fy - fz;
     const int32_t sA = share(a, record.aMin, record.aMax);
@@ -161,8 +177,9 @@ inline constexpr int32_t kLabCubeFrom = 55536611;  ///< the greatest root that t
 inline constexpr int32_t kLabLineFrom = 37025548;
 inline constexpr int32_t kLabLineSlope = 538650;
 
-inline Rgb LabToRgb(const ClrLabDecodeRecord& record, Pixel<3> pixel) noexcept {
-    // 28 fractional bits; 268435456 is 1.0.
+/// Linear light before it is made bytes, 28 fractional bits; R, G, B.
+inline std::array<int32_t, 3> LabLight(const ClrLabDecodeRecord& record, Pixel<3> pixel) noexcept {
+    // 268435456 is 1.0.
     const auto inverse = [](int32_t f) {
         int32_t value = 0;
         if (f > kLabCubeFrom) {
@@ -173,12 +190,6 @@ inline Rgb LabToRgb(const ClrLabDecodeRecord& record, Pixel<3> pixel) noexcept {
         }
         return Clamp(value, 0, 268435456);
     };
-    const auto byte = [&](int32_t value) {
-        const int32_t* thresholds = record.gammaThresholds;
-        int32_t at = value < thresholds[127] ? 63 : 191;
-        for (int32_t step = 32; step > 0; step >>= 1) at += value < thresholds[at] ? -step : step;
-        return LowByte(value < thresholds[at] ? at : at + 1);
-    };
     const auto row = [&](size_t first, int32_t x, int32_t y, int32_t z) {
         const int32_t* m = record.fixedMatrix + first;
         return WrapAdd(WrapAdd(ClrFixMul(m[0], x), ClrFixMul(m[1], y)), ClrFixMul(m[2], z));
@@ -188,7 +199,18 @@ inline Rgb LabToRgb(const ClrLabDecodeRecord& record, Pixel<3> pixel) noexcept {
     const int32_t fx = WrapAdd(fy, WrapMul(WrapSub(pixel[1], record.aOffset), static_cast<int32_t>(record.aScale)));
     const int32_t fz = WrapSub(fy, WrapMul(WrapSub(pixel[2], record.bOffset), static_cast<int32_t>(record.bScale)));
     const int32_t x = inverse(fx), y = inverse(fy), z = inverse(fz);
-    return {byte(row(0, x, y, z)), byte(row(3, x, y, z)), byte(row(6, x, y, z))};
+    return {row(0, x, y, z), row(3, x, y, z), row(6, x, y, z)};
+}
+
+inline Rgb LabToRgb(const ClrLabDecodeRecord& record, Pixel<3> pixel) noexcept {
+    const auto byte = [&](int32_t value) {
+        const int32_t* thresholds = record.gammaThresholds;
+        int32_t at = value < thresholds[127] ? 63 : 191;
+        for (int32_t step = 32; step > 0; step >>= 1) at += value < thresholds[at] ? -step : step;
+        return LowByte(value < thresholds[at] ? at : at + 1);
+    };
+    const std::array<int32_t, 3> light = LabLight(record, pixel);
+    return {byte(light[0]), byte(light[1]), byte(light[2])};
 }
 
 }  // namespace ZV_ISA

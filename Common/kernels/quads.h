@@ -11,20 +11,20 @@ inline namespace ZV_ISA {
 /// Low halves of the 128-bit parts of two vectors, interleaved; and high ones.
 inline Ints WeaveLow(Ints a, Ints b) noexcept {
 #    if ZV_ISA_LEVEL == 2
-    return reinterpret_cast<Ints>(_mm512_unpacklo_epi32(reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b)));
+    return reinterpret_cast<Ints>(_mm512_unpacklo_epi32(Register(a), Register(b)));
 #    elif ZV_ISA_LEVEL == 1
-    return reinterpret_cast<Ints>(_mm256_unpacklo_epi32(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
+    return reinterpret_cast<Ints>(_mm256_unpacklo_epi32(Register(a), Register(b)));
 #    else
-    return reinterpret_cast<Ints>(_mm_unpacklo_epi32(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
+    return reinterpret_cast<Ints>(_mm_unpacklo_epi32(Register(a), Register(b)));
 #    endif
 }
 inline Ints WeaveHigh(Ints a, Ints b) noexcept {
 #    if ZV_ISA_LEVEL == 2
-    return reinterpret_cast<Ints>(_mm512_unpackhi_epi32(reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b)));
+    return reinterpret_cast<Ints>(_mm512_unpackhi_epi32(Register(a), Register(b)));
 #    elif ZV_ISA_LEVEL == 1
-    return reinterpret_cast<Ints>(_mm256_unpackhi_epi32(reinterpret_cast<__m256i>(a), reinterpret_cast<__m256i>(b)));
+    return reinterpret_cast<Ints>(_mm256_unpackhi_epi32(Register(a), Register(b)));
 #    else
-    return reinterpret_cast<Ints>(_mm_unpackhi_epi32(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
+    return reinterpret_cast<Ints>(_mm_unpackhi_epi32(Register(a), Register(b)));
 #    endif
 }
 
@@ -72,14 +72,16 @@ template <class Number>
 #endif
 }
 
-/// found[i] = table[places[i] - kFirst] for a block.
+/// found[i] = table[places[i] - kFirst] for kLanes pixels.
 template <int32_t kFirst>
-void LookUp(const uint32_t* table, const int32_t* places, uint32_t* found) noexcept {
-    for (int32_t i = 0; i < kBlock; i += 2) {
-        int64_t place = places[i], next = places[i + 1];
-        asm("" : "+r"(place), "+r"(next));  // keeps compilers from gathering
-        found[i] = table[place - kFirst];
-        found[i + 1] = table[next - kFirst];
+[[gnu::always_inline]] inline void LookUp(const uint32_t* table, const int32_t* places, uint32_t* found) noexcept {
+#pragma GCC unroll 8
+    for (int32_t i = 0; i < kLanes; i += 2) {
+        // Places in pairs: a load costs more than a shift.
+        auto pair = LoadLanes<uint64_t>(places + i);
+        asm("" : "+r"(pair));  // keeps compilers from gathering
+        found[i] = table[static_cast<int64_t>(pair & UINT32_MAX) - kFirst];
+        found[i + 1] = table[static_cast<int64_t>(pair >> 32) - kFirst];
     }
 }
 

@@ -5,49 +5,23 @@ inline namespace ZV_ISA {
 
 namespace {
 
-/// The low halves of 64-bit lanes, and the high ones, of as many as a vector has lanes.
-struct Halves {
-    Ints low, high;
-
-    explicit Halves(const uint64_t* from) noexcept {
-        const auto a = LoadLanes<Ints>(from), b = LoadLanes<Ints>(from + kDoubles);
-#if ZV_ISA_LEVEL == 2
-        low = __builtin_shufflevector(a, b, 0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
-        high = __builtin_shufflevector(a, b, 1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31);
-#elif ZV_ISA_LEVEL == 1
-        const auto singleA = reinterpret_cast<__m256>(a), singleB = reinterpret_cast<__m256>(b);
-        const auto inOrder = [](__m256 v) {
-            return reinterpret_cast<Ints>(_mm256_permute4x64_epi64(_mm256_castps_si256(v), 0xD8));
-        };
-        low = inOrder(_mm256_shuffle_ps(singleA, singleB, 0x88));
-        high = inOrder(_mm256_shuffle_ps(singleA, singleB, 0xDD));
-#else
-        low = __builtin_shufflevector(a, b, 0, 2, 4, 6);
-        high = __builtin_shufflevector(a, b, 1, 3, 5, 7);
-#endif
+/// Pixels of a block whose numbers the encoding does not hold.
+class OutsidePixels {
+public:
+    /// Lanes from pixel `at` on are 0 or -1.
+    void Add(int32_t at, Words outside) noexcept {
+        if (AnyIsSet(outside)) {
+            for (int32_t i = 0; i < kWords; ++i) pixels_ |= (outside[i] != 0 ? uint64_t{1} : 0) << (at + i);
+        }
     }
-};
+    template <class Redo>
+    void Each(const Redo& redo) const noexcept {
+        for (uint64_t left = pixels_; left != 0; left &= left - 1) redo(__builtin_ctzll(left));
+    }
 
-/// The record's roots: lo + (((hi - lo) * (v & 15) + 8) >> 4), the last four bits of v alone in `parts`.
-Ints Interpolated(Ints entries, Ints parts) noexcept {
-    constexpr int32_t kRound = kLabRootMiddle * 16 + 8;
-#if ZV_X86
-    const Ints factors = parts | 16 << 16;
-#    if ZV_ISA_LEVEL == 2
-    const auto sums = reinterpret_cast<Ints>(
-        _mm512_madd_epi16(reinterpret_cast<__m512i>(entries), reinterpret_cast<__m512i>(factors)));
-#    elif ZV_ISA_LEVEL == 1
-    const auto sums = reinterpret_cast<Ints>(
-        _mm256_madd_epi16(reinterpret_cast<__m256i>(entries), reinterpret_cast<__m256i>(factors)));
-#    else
-    const auto sums =
-        reinterpret_cast<Ints>(_mm_madd_epi16(reinterpret_cast<__m128i>(entries), reinterpret_cast<__m128i>(factors)));
-#    endif
-    return (sums + kRound) >> 4;
-#else
-    return ((entries >> 16) * 16 + (entries & 65535) * parts + kRound) >> 4;
-#endif
-}
+private:
+    uint64_t pixels_ = 0;
+};
 
 /// Keeps compilers from making vectors of what is cheaper one by one.
 uint64_t Fixed(uint64_t value) noexcept {
@@ -55,75 +29,65 @@ uint64_t Fixed(uint64_t value) noexcept {
     return value;
 }
 
-/// The bits from kFrom on that tell a root.
+/// The kLabSumBits from kFrom on.
 template <int32_t kFrom>
 uint64_t Place(uint64_t sum) noexcept {
-    constexpr int32_t kBits = kLabSumBits - 4;
 #if ZV_ISA_LEVEL >= 1 && defined(__x86_64__)
-    return _bextr_u64(sum, kFrom, kBits);
+    return _bextr_u64(sum, kFrom, kLabSumBits);
 #else
-    return sum >> kFrom & ((uint64_t{1} << kBits) - 1);
+    return sum >> kFrom & ((uint64_t{1} << kLabSumBits) - 1);
 #endif
 }
 
-/// A block of sums and of what the record's table of roots has for each.
+/// What the table of roots has for a block.
 struct RootBlock {
-    alignas(64) uint64_t sums[kBlock];
-    alignas(64) uint32_t entries[3][kBlock];
+    alignas(64) int16_t roots[3][kBlock];
 
-    /// Of hub pixels that are not dealt out: their bytes are needed one by one.
+    /// Of kWords hub pixels from `start` on that are not dealt out: their bytes are needed one by one.
     template <bool kRgbFirst>
-    void LookUp(const ClrLabEncodeRecord::Lanes& lanes, const uint8_t* from) noexcept {
-        constexpr int32_t kY = kLabSumBits + 4, kZ = 2 * kLabSumBits + 4;
+    void LookUp(const ClrLabEncodeRecord::Lanes& lanes, const LabRoots& table, const uint8_t* from,
+                int32_t start) noexcept {
         const uint64_t* const first = lanes.xyz[kRgbFirst ? 0 : 2];
         const uint64_t* const middle = lanes.xyz[1];
         const uint64_t* const last = lanes.xyz[kRgbFirst ? 2 : 0];
-        const uint32_t* const roots = lanes.roots;
         const auto sumOf = [&](const uint8_t* pixel) {
             return Fixed((first[pixel[0]] + middle[pixel[1]]) + last[pixel[2]]);
         };
-        for (int32_t i = 0; i < kBlock; i += 2) {
+        const auto rootOf = [&](uint64_t place) { return uint32_t{static_cast<uint16_t>(table.of[place])}; };
+        for (int32_t i = start; i < start + kWords; i += 2) {
             const uint64_t a = sumOf(from + 3 * i), b = sumOf(from + 3 * (i + 1));
-            sums[i] = a;
-            sums[i + 1] = b;
             // Pixels in pairs: a store costs more than a shift.
             const auto put = [&](size_t c, uint64_t placeA, uint64_t placeB) {
-                StoreLanes(entries[c] + i, Fixed(roots[placeA] | uint64_t{roots[placeB]} << 32));
+                StoreLanes(roots[c] + i, static_cast<uint32_t>(Fixed(rootOf(placeA) | rootOf(placeB) << 16)));
             };
-            put(0, Place<4>(a), Place<4>(b));
-            put(1, Place<kY>(a), Place<kY>(b));
-            put(2, a >> kZ, b >> kZ);
+            put(0, Place<0>(a), Place<0>(b));
+            put(1, Place<kLabSumBits>(a), Place<kLabSumBits>(b));
+            put(2, a >> (2 * kLabSumBits), b >> (2 * kLabSumBits));
         }
     }
 };
 
 template <bool kRgbFirst>
-void EncodeBlock(const ClrLabEncodeRecord& record, const uint8_t* from, Planes<3>& out) noexcept {
+void EncodeBlock(const LabEncodeContext& context, const uint8_t* from, Planes<3>& out) noexcept {
+    const ClrLabEncodeRecord& record = context.record;
+    const ClrLabEncodeRecord::Lanes& lanes = record.lanes;
     RootBlock block;
-    block.LookUp<kRgbFirst>(record.lanes, from);
-    const ClrLabEncodeRecord::ByteScales bytes = record.lanes.bytes;  // a copy, which no stored byte can change
-    const int32_t aMin = record.aMin, aMax = record.aMax, bMin = record.bMin, bMax = record.bMax;
-    ClosePixels close;
-    for (int32_t at = 0; at < kBlock; at += kLanes) {
-        const Halves sums(block.sums + at);
-        const Ints fx = Interpolated(LoadLanes<Ints>(block.entries[0] + at), sums.low & 15);
-        const Ints fy = Interpolated(LoadLanes<Ints>(block.entries[1] + at), sums.low >> kLabSumBits & 15);
-        const Ints fz = Interpolated(LoadLanes<Ints>(block.entries[2] + at), sums.high >> (2 * kLabSumBits - 32) & 15);
-        const Ints a = fx - fy, b = fy - fz;
+    block.LookUp<kRgbFirst>(lanes, context.roots, from, 0);
+    OutsidePixels outside;
+    for (int32_t at = 0; at < kBlock; at += kWords) {
+        // The next ones are looked up beside the work on these: processors have units for both.
+        if (at + kWords < kBlock) block.LookUp<kRgbFirst>(lanes, context.roots, from, at + kWords);
+        const auto fx = LoadLanes<Words>(block.roots[0] + at), fy = LoadLanes<Words>(block.roots[1] + at),
+                   fz = LoadLanes<Words>(block.roots[2] + at);
+        const Words a = Difference(fx, fy), b = Difference(fy, fz);
         // What overruns its channel pulls the other along: such pixels are left to the definition.
-        Ints differences = (a < aMin) | (a > aMax) | (b < bMin) | (b > bMax);
-        const Ints numbers[3] = {fy, a, b};
-        for (size_t c = 0; c < 3; ++c) {
-            // Below 0 the cut goes up where the definition's shift goes down, and both end at 0.
-            const Floats least = LeastOfRecord(bytes, c, numbers[c]);
-            const Ints high = Truncate(least + bytes.window[c]);
-            differences |= Truncate(least) ^ high;
-            StoreBytes(out[c].At(at), high);
-        }
-        close.Add(at, differences);
+        outside.Add(at, (a < lanes.aMin) | (a > lanes.aMax) | (b < lanes.bMin) | (b > lanes.bMax));
+        StoreWordBytes(out[0].At(at), BytesOfNumbers(lanes.bytes[0], fy));
+        StoreWordBytes(out[1].At(at), BytesOfNumbers(lanes.bytes[1], a));
+        StoreWordBytes(out[2].At(at), BytesOfNumbers(lanes.bytes[2], b));
     }
     RedoOnce(
-        close,
+        outside,
         [&](int32_t i) {
             const uint8_t* const pixel = from + 3 * i;
             return Rgb{pixel[kRgbFirst ? 0 : 2], pixel[1], pixel[kRgbFirst ? 2 : 0]};
@@ -134,10 +98,10 @@ void EncodeBlock(const ClrLabEncodeRecord& record, const uint8_t* from, Planes<3
 
 template <bool kRgbFirst>
 void EncodeRow(const uint8_t* from, uint8_t* to, int32_t width, const void* context) noexcept {
-    const auto& record = *static_cast<const ClrLabEncodeRecord*>(context);
+    const auto& encoding = *static_cast<const LabEncodeContext*>(context);
     Planes<3> out;
     for (; width >= kBlock; width -= kBlock) {
-        EncodeBlock<kRgbFirst>(record, from, out);
+        EncodeBlock<kRgbFirst>(encoding, from, out);
         Weave(out, to);
         from += 3 * kBlock;
         to += 3 * kBlock;
@@ -146,7 +110,7 @@ void EncodeRow(const uint8_t* from, uint8_t* to, int32_t width, const void* cont
     alignas(64) uint8_t block[3 * kBlock] = {};
     const size_t bytes = 3 * static_cast<size_t>(width);
     std::memcpy(block, from, bytes);
-    EncodeBlock<kRgbFirst>(record, block, out);
+    EncodeBlock<kRgbFirst>(encoding, block, out);
     Weave(out, block);
     std::memcpy(to, block, bytes);
 }
@@ -167,17 +131,30 @@ struct DecodeRows {
         LightBlock light(lanes.sums, cells);
         for (int32_t at = 0; at < kBlock; at += kLanes) {
             const Ints l = LoadBytes(in[0].At(at)), a = LoadBytes(in[1].At(at)), b = LoadBytes(in[2].At(at));
-            const Ints fy = l * lanes.lScale + Select(l < lanes.lFrom, SplatInt(lanes.lBelow), SplatInt(lanes.lAbove));
+            const Ints fy = l * lanes.lScale + Select(l < lanes.lFrom, SplatInt(lanes.lBelow + kRootRound),
+                                                      SplatInt(lanes.lAbove + kRootRound));
             const Floats x = LightOfRoot(fy + (a * lanes.aScale + lanes.aConstant));
             const Floats y = LightOfRoot(fy);
             const Floats z = LightOfRoot(fy - (b * lanes.bScale + lanes.bConstant));
             light.Put(at, x, y, z);
         }
         light.Store({out.r.At(0), out.g.At(0), out.b.At(0)}, close);
+        // What was found is within a step or two of the truth, which is quicker to mend than to find anew.
         RedoOnce(
-            close, [&](int32_t i) { return LoadPlanes(in, i); },
-            [&](const Pixel<3>& pixel) { return LabToRgb(record, pixel); },
+            close, [&](int32_t i) { return Pixel<6>{in[0][i], in[1][i], in[2][i], out.r[i], out.g[i], out.b[i]}; },
+            [&](const Pixel<6>& p) {
+                const std::array<int32_t, 3> exact = LabLight(record, {p[0], p[1], p[2]});
+                return Rgb{Mended(exact[0], p[3]), Mended(exact[1], p[4]), Mended(exact[2], p[5])};
+            },
             [&](int32_t i, Rgb pixel) { StoreHub(out, i, pixel); });
+    }
+
+private:
+    /// The definition's byte of light, from one that is hardly off: how many thresholds do not lie above the light.
+    uint8_t Mended(int32_t light, int32_t byte) const noexcept {
+        while (byte < 255 && light >= record.gammaThresholds[byte]) ++byte;
+        while (byte > 0 && light < record.gammaThresholds[byte - 1]) --byte;
+        return LowByte(byte);
     }
 };
 

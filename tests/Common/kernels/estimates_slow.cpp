@@ -156,7 +156,9 @@ TEST(Estimates, LightOfARecordsColoursStaysWithinItsMargin) {
                         truth[i][c] = sum * 0x1p-28;
                     }
                 }
-                worst.Look(record->lanes.sums, {LightOfRoot(SplatInt(fx)), LightOfRoot(SplatInt(fy)), LightOfRoot(fz)},
+                worst.Look(record->lanes.sums,
+                           {LightOfRoot(SplatInt(fx + kRootRound)), LightOfRoot(SplatInt(fy + kRootRound)),
+                            LightOfRoot(fz + kRootRound)},
                            truth);
             }
         }
@@ -165,34 +167,105 @@ TEST(Estimates, LightOfARecordsColoursStaysWithinItsMargin) {
     EXPECT_GT(worst.part, 0.1);
 }
 
-TEST(Estimates, BytesOfARecordsNumbersStayWithinTheirMargins) {
-    const auto record = std::make_unique<ClrLabEncodeRecord>();
-    SetLabRecord(*record, kLabEncodeSetup, {32, 0, 0, 100, 128, 170, 96, 200});
-    ClrBuildLabEncode(record.get(), kLabGammaPercent);
-    ASSERT_TRUE(record->lanes.usable);
-    const int32_t scales[3] = {record->lScale, record->aScale, record->bScale};
-    const int32_t biases[3] = {record->lBias, 0, 0};
-    const int32_t offsets[3] = {0, record->aOffset, record->bOffset};
-    const int32_t least[3] = {0, record->aMin, record->bMin};
-    const int32_t most[3] = {65536, record->aMax, record->bMax};
-    for (size_t c = 0; c < 3; ++c) {
-        const double margin = static_cast<double>(record->lanes.bytes.window[c]) / 2;
-        double worst = 0;
-        for (int32_t value = least[c]; value <= most[c]; value += kLanes) {
-            Ints numbers;
-            for (int32_t i = 0; i < kLanes; ++i) numbers[i] = value + i;
-            const Floats low = LeastOfRecord(record->lanes.bytes, c, numbers);
-            const Floats high = low + record->lanes.bytes.window[c];
+TEST(Estimates, BytesOfARecordsNumbersAreTheDefinitions) {
+    const ClrLabParams encodings[] = {
+        {32, 0, 0, 100, 128, 170, 96, 200}, {32, 0, 0, 100, 128, 255, 128, 255},     {32, 0, 5, 90, 120, 151, 100, 183},
+        {32, 0, -3, 3, 1, 11, 254, 13},     {32, 0, 7, 3000, 128, 30000, 96, 30001},
+    };
+    for (const ClrLabParams& encoding : encodings) {
+        const auto record = std::make_unique<ClrLabEncodeRecord>();
+        SetLabRecord(*record, kLabEncodeSetup, encoding);
+        ClrBuildLabEncode(record.get(), kLabGammaPercent);
+        ASSERT_TRUE(record->lanes.usable) << encoding.aRange;
+        const int32_t scales[3] = {record->lScale, record->aScale, record->bScale};
+        const int32_t biases[3] = {record->lBias, 0, 0};
+        const int32_t offsets[3] = {0, record->aOffset, record->bOffset};
+        const int32_t middles[3] = {kLabRootMiddle, 0, 0};
+        for (size_t c = 0; c < 3; ++c) {
+            int32_t wrong = 0;
+            for (int32_t number = -32768; number < 32768; number += kWords) {
+                Words numbers;
+                for (int32_t i = 0; i < kWords; ++i) numbers[i] = static_cast<int16_t>(number + i);
+                const Words bytes = BytesOfNumbers(record->lanes.bytes[c], numbers);
+                for (int32_t i = 0; i < kWords; ++i) {
+                    const int64_t product = int64_t{number + i + middles[c]} * scales[c];
+                    const int64_t truth = ((((product + 32768) >> 16) + biases[c] + 32768) >> 16) + offsets[c];
+                    if (bytes[i] != truth) ++wrong;
+                }
+            }
+            EXPECT_EQ(wrong, 0) << c << ", a range of " << encoding.aRange;
+        }
+    }
+}
+
+/// Powers as the rows use them, built here again from their description.
+const LabPowers& Powers() {
+    static const LabPowers powers = [] {
+        LabPowers filled{};
+        FillLabPowers(filled);
+        return filled;
+    }();
+    return powers;
+}
+
+TEST(Estimates, PowersOfLightStayWithinTheirErrorForEveryNumberOfAnOctave) {
+    double worst = 0;
+    const auto look = [&](float from, float to, int32_t step) {
+        const auto end = std::bit_cast<int32_t>(to);
+        for (auto bits = std::bit_cast<int32_t>(from); bits < end; bits += kLanes * step) {
+            Floats light;
+            for (int32_t i = 0; i < kLanes; ++i) light[i] = std::bit_cast<float>(std::min(bits + i * step, end));
+            const Floats power = BytePower(Powers(), light);
             for (int32_t i = 0; i < kLanes; ++i) {
-                const double truth = (ClrFixMul(numbers[i], scales[c]) + biases[c] + 32768) / 65536.0 + offsets[c];
-                worst = std::max(worst, 1 - (truth - static_cast<double>(low[i])) / margin);
-                worst = std::max(worst, 1 - (static_cast<double>(high[i]) - truth) / margin);
+                const double truth = 255 * std::pow(static_cast<double>(light[i]), lab::kEncodingPower);
+                worst = std::max(worst, std::fabs(static_cast<double>(power[i]) / truth - 1));
             }
         }
-        EXPECT_LT(worst, 1) << c;
-        // Margins are for numbers up to the scale; those that the encoding holds are smaller.
-        EXPECT_GT(worst, 0.02) << c;
-    }
+    };
+    look(0.5F, 1.0F, 1);
+    look(kLeastPowered, 0.5F, 61);
+    EXPECT_LT(worst, static_cast<double>(kLabPowerError));
+    EXPECT_GT(worst, static_cast<double>(kLabPowerError) / 3);
+}
+
+TEST(Estimates, LightLiesFartherFromThresholdsThanTheBoundOfTheirDistance) {
+    std::vector<double> thresholds;
+    for (int32_t i = 0; i < 255; ++i) thresholds.push_back(std::pow((i + 0.5) / 255.0, 1.0 / lab::kEncodingPower));
+    double worst = 0;
+    const auto look = [&](const Floats& light) {
+        const Floats w = BytePower(Powers(), light);
+        for (int32_t i = 0; i < kLanes; ++i) {
+            Floats rounded = {};
+            rounded[i] = std::nearbyint(w[i]);
+            const double v = static_cast<double>(light[i]);
+            const auto above = std::lower_bound(thresholds.begin(), thresholds.end(), v);
+            double distance = 100;
+            if (above != thresholds.end()) distance = *above - v;
+            if (above != thresholds.begin()) distance = std::min(distance, v - *(above - 1));
+            const double bound = static_cast<double>(LeastDistance(light, w, rounded)[i]) / static_cast<double>(w[i]);
+            // Where the bound is not above 0, nothing is taken for certain.
+            if (bound > 0) worst = std::max(worst, bound / distance);
+            // The nearest integer is the byte wherever the bound is above 0.
+            if (bound > 0) {
+                ASSERT_EQ(static_cast<ptrdiff_t>(rounded[i]), above - thresholds.begin()) << v;
+            }
+        }
+    };
+    const auto sweep = [&](float from, float to, int32_t step) {
+        const auto end = std::bit_cast<int32_t>(to);
+        for (auto bits = std::bit_cast<int32_t>(from); bits < end; bits += kLanes * step) {
+            Floats light;
+            for (int32_t i = 0; i < kLanes; ++i) light[i] = std::bit_cast<float>(bits + i * step);
+            look(light);
+            if (light[0] < 1.0F) look(-light);
+        }
+    };
+    sweep(0x1p-40F, 0x1p-24F, 10007);
+    sweep(0x1p-24F, 0x1p-12F, 23);
+    sweep(0x1p-12F, 8.0F, 61);
+    look(Floats{});
+    EXPECT_LT(worst, 1);
+    EXPECT_GT(worst, 0.5);
 }
 
 TEST(Estimates, HalfTheWayBetweenThresholdsIsNowhereLessThanStated) {
