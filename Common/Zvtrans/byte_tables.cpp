@@ -41,7 +41,7 @@ constexpr uint32_t kNodeNumbers = 4;
 constexpr size_t kAlignment = 32;
 constexpr uint32_t kMostPoints = 64;  // of three axes with the most nodes
 
-/// Places a multiple of this apart meet in one set of a cache, and with stores to a third such place.
+/// Lines a multiple of this apart share one set of a cache, and stores that far away hold up loads.
 constexpr uint32_t kPageNumbers = 4096 / sizeof(float);
 constexpr uint32_t kLineNumbers = 64 / sizeof(float);
 

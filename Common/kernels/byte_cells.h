@@ -1,12 +1,10 @@
-// A number between 0 and 1 to a byte by the thresholds between the bytes' powers: the place of its leading bits in a
-// table tells the threshold that lies nearest.
+// What rows of Lab look up. A number between 0 and 1 becomes a byte by the thresholds between the bytes' powers: the
+// place of its leading bits in a table tells the threshold that lies nearest; or by its power itself.
 #pragma once
 
 #include <cstdint>
 
 namespace zv {
-
-struct ClrLabDecodeRecord;
 
 /// Cells are told apart by a single number's upper half: 128 to an octave, which is narrower than the distance
 /// between thresholds everywhere. All thresholds lie from 2^-20 to 1.
@@ -51,12 +49,6 @@ inline constexpr float kRecordWhole = 0x1p60F;
 /// Half the way between the two lowest thresholds, which lie closest together, less a cell: what no estimate may miss
 /// the truth by, or the nearest threshold would not be the one to look at.
 inline constexpr double kLeastHalfway = 5.0e-6;
-
-/// What rows from an encoding of its own need.
-struct LabDecodeContext {
-    const ClrLabDecodeRecord& record;
-    const LabByteCells& cells;
-};
 
 /// What the rows of the plain route need of the definition, which has powers there.
 struct alignas(64) LabTables {

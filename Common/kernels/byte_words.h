@@ -1,4 +1,4 @@
-// A run's bytes as words of 16 bits or as numbers of 32, and back.
+// A run's bytes as words of 16 bits, those as numbers of 32, and back.
 #pragma once
 
 #include <cstddef>
@@ -144,25 +144,6 @@ inline Words WordsOf(Ints low, Ints high) noexcept {
     }
     return words;
 #endif
-}
-
-/// A vector of bytes as four of single precision, and work(a, b) of two of them, cut to integers, as bytes again.
-struct FloatQuarters {
-    Floats quarters[4];
-
-    explicit FloatQuarters(Bytes b) noexcept {
-        const WordPair words = WordsOf(b);
-        const WordPair low = Turns(words.low, Words{}), high = Turns(words.high, Words{});
-        quarters[0] = ToFloat(reinterpret_cast<Ints>(low.low));
-        quarters[1] = ToFloat(reinterpret_cast<Ints>(low.high));
-        quarters[2] = ToFloat(reinterpret_cast<Ints>(high.low));
-        quarters[3] = ToFloat(reinterpret_cast<Ints>(high.high));
-    }
-};
-template <class Work>
-Bytes BytesOf(const FloatQuarters& a, const FloatQuarters& b, const Work& work) noexcept {
-    const auto of = [&](size_t i) { return Truncate(work(a.quarters[i], b.quarters[i])); };
-    return BytesOf(WordsOf(of(0), of(1)), WordsOf(of(2), of(3)));
 }
 
 }  // namespace ZV_ISA

@@ -31,7 +31,7 @@ void FillByteCells(LabByteCells& cells) noexcept {
     }
 }
 
-constinit LazyTable<LabTables> labTables([](LabTables& tables) noexcept {
+void FillLabTables(LabTables& tables) noexcept {
     for (size_t i = 0; i < 256; ++i) {
         const double light = lab::Linear(static_cast<uint8_t>(i));
         tables.linear[i] = light;
@@ -43,15 +43,17 @@ constinit LazyTable<LabTables> labTables([](LabTables& tables) noexcept {
     }
     FillByteCells(tables.cells);
     FillLabPowers(tables.cells.powers);
-});
+}
+constinit LazyTable<LabTables, FillLabTables> labTables;
 
-constinit LazyTable<LabRoots> labRoots([](LabRoots& roots) noexcept {
+void FillLabRoots(LabRoots& roots) noexcept {
     uint16_t cubeRoot[4096];
     ClrBuildLabRoots(cubeRoot);
     for (int32_t i = 0; i < kLabSums; ++i) {
         roots.of[i] = static_cast<int16_t>(LabRootOf(cubeRoot, i) - kLabRootMiddle);
     }
-});
+}
+constinit LazyTable<LabRoots, FillLabRoots> labRoots;
 
 struct RecordLabEncoder {
     static constexpr int32_t kPixelBytes = 3;

@@ -1,5 +1,6 @@
 // Weighted sums of integers with kBits fractional bits, cut to integers, in 16-bit lanes. A weight is a whole number
 // and a rest that 16 bits hold with a sign; of the rests' products all 32 bits are summed, so that nothing is lost.
+// Numbers have a magnitude up to 255.
 #pragma once
 
 #include <cstdint>
@@ -11,6 +12,7 @@ inline namespace ZV_ISA {
 
 template <int32_t kBits>
 struct FixedWeight {
+    static_assert(kBits >= 10);  // what three products come to fits 16 bits again
     static constexpr int32_t kHalf = 1 << (kBits - 1);
     int16_t whole, rest;
 
@@ -69,7 +71,7 @@ Words FixedSum(Words a, FixedWeight<kBits> first, Words b, FixedWeight<kBits> se
 
 /// Of one, to the nearest integer: the uppermost of the bits that are cut tells whether it goes up.
 inline Words RoundedProduct(Words a, FixedWeight<16> weight) noexcept {
-    const auto low = reinterpret_cast<UnsignedWords>(a * weight.rest);
+    const UnsignedWords low = reinterpret_cast<UnsignedWords>(a) * static_cast<uint16_t>(weight.rest);
     return Wholes(a, weight) + MulHigh(a, weight.rest) + reinterpret_cast<Words>(low >> 15);
 }
 

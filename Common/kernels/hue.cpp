@@ -9,12 +9,14 @@ namespace zv {
 namespace {
 
 /// The hue byte of every pair of differences.
-constinit LazyTable<Hsi::HueTable> hueTable([](Hsi::HueTable& table) noexcept { table.Fill(); });
+void FillHues(Hsi::HueTable& table) noexcept { table.Fill(); }
+constinit LazyTable<Hsi::HueTable, FillHues> hueTable;
 
 /// The cosines of every hue byte.
-constinit LazyTable<Hsi::AngleTable> angleTable([](Hsi::AngleTable& table) noexcept {
+void FillAngles(Hsi::AngleTable& table) noexcept {
     for (size_t i = 0; i < table.size(); ++i) table[i] = Hsi::AngleOf(static_cast<uint8_t>(i));
-});
+}
+constinit LazyTable<Hsi::AngleTable, FillAngles> angleTable;
 
 }  // namespace
 

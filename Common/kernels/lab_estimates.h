@@ -1,4 +1,5 @@
-// Estimates in single precision for both routes of Lab, and how far they can be off.
+// Estimates in single precision for both routes of Lab, and how far they can be off; and exact bytes of a record's
+// numbers.
 #pragma once
 
 #include "Common/kernels/byte_cells.h"
@@ -208,6 +209,18 @@ private:
 };
 
 #else
+
+/// found[i] = table[places[i] - kFirst] for kLanes pixels.
+template <int32_t kFirst>
+[[gnu::always_inline]] inline void LookUp(const uint32_t* table, const int32_t* places, uint32_t* found) noexcept {
+#    pragma GCC unroll 8
+    for (int32_t i = 0; i < kLanes; i += 2) {
+        // Places in pairs: a load costs more than a shift.
+        const auto pair = KeptScalar(LoadLanes<uint64_t>(places + i));
+        found[i] = table[static_cast<int64_t>(pair & UINT32_MAX) - kFirst];
+        found[i + 1] = table[static_cast<int64_t>(pair >> 32) - kFirst];
+    }
+}
 
 /// In registers, for loops whose stores of bytes might change any number.
 struct SplatMargins {

@@ -71,6 +71,12 @@ struct ClrLabEncodeRecord {
     } lanes;
 };
 
+/// What rows from an encoding of its own need.
+struct LabDecodeContext {
+    const ClrLabDecodeRecord& record;
+    const LabByteCells& cells;
+};
+
 /// What rows to an encoding of its own need.
 struct LabEncodeContext {
     const ClrLabEncodeRecord& record;

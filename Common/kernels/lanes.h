@@ -8,11 +8,16 @@
 
 #include "Common/kernels/isa.h"
 
-#if defined(__x86_64__) || defined(__i386__)
+// Whoever compiles for another processor, or for the sake of a check, has rows without intrinsics.
+#ifndef ZV_X86
+#    if defined(__x86_64__) || defined(__i386__)
+#        define ZV_X86 1
+#    else
+#        define ZV_X86 0
+#    endif
+#endif
+#if ZV_X86
 #    include <immintrin.h>
-#    define ZV_X86 1
-#else
-#    define ZV_X86 0
 #endif
 
 namespace zv {
@@ -29,7 +34,7 @@ inline constexpr int32_t kLanes = 4;
 /// 32-bit lanes, and the 64-bit lanes that fill the same register.
 typedef int32_t Ints __attribute__((vector_size(kLanes * 4)));
 typedef float Floats __attribute__((vector_size(kLanes * 4)));
-typedef uint8_t ByteLanes __attribute__((vector_size(kLanes * 4)));
+typedef uint8_t Bytes __attribute__((vector_size(kLanes * 4)));
 inline constexpr int32_t kDoubles = kLanes / 2;
 typedef double Doubles __attribute__((vector_size(kLanes * 4)));
 
@@ -206,9 +211,17 @@ inline Words MulHigh(Words a, Words b) noexcept {
 inline Words MulHigh(Words a, int16_t b) noexcept { return MulHigh(a, Words{} + b); }
 
 /// Lane by lane `yes` where the mask is -1 and `no` where it is 0.
-inline Ints Select(Ints mask, Ints yes, Ints no) noexcept { return (mask & yes) | (~mask & no); }
-inline Floats Select(Ints mask, Floats yes, Floats no) noexcept {
-    return reinterpret_cast<Floats>(Select(mask, reinterpret_cast<Ints>(yes), reinterpret_cast<Ints>(no)));
+template <class Mask, class Vector>
+Vector Select(Mask mask, Vector yes, Vector no) noexcept {
+    const auto bits = reinterpret_cast<Ints>(mask);
+    return reinterpret_cast<Vector>((bits & reinterpret_cast<Ints>(yes)) | (~bits & reinterpret_cast<Ints>(no)));
+}
+
+/// The same, kept from becoming a part of a vector where one by one costs less.
+template <class Number>
+Number KeptScalar(Number value) noexcept {
+    asm("" : "+r"(value));
+    return value;
 }
 
 }  // namespace ZV_ISA

@@ -15,7 +15,7 @@
 namespace zv {
 inline namespace ZV_ISA {
 
-/// Pixels that a row loop takes in before it writes any: a conversion in place of pixels of one size may overlap.
+/// Pixels that a row of planes takes in before it writes any: a conversion in place of pixels of one size may overlap.
 inline constexpr int32_t kBlock = 64;
 static_assert(kBlock % kShuffled == 0);
 
@@ -151,18 +151,24 @@ inline constexpr ClrHubRows kHubRows = {{FromHubRow<Codec, false>, FromHubRow<Co
 
 // --- Estimates ------------------------------------------------------------------------------------------------------
 
-/// Pixels of a block whose estimate lies so close to an edge between two bytes that it does not tell them apart.
+/// Pixels of a block that are left to the definition: their estimate lies so close to an edge between two bytes that it
+/// does not tell them apart, or it does not hold for them.
 class ClosePixels {
 public:
     /// Marks the lanes from pixel `at` on whose two candidates differ in any channel.
     void Add(int32_t at, Ints differences) noexcept { pixels_ |= uint64_t{LanesThatAreSet(differences)} << at; }
+
+    /// The same for lanes that are -1.
+    void Add(int32_t at, Words marked) noexcept {
+        if (!AnyIsSet(marked)) return;
+        for (int32_t i = 0; i < kWords; ++i) pixels_ |= (marked[i] != 0 ? uint64_t{1} : 0) << (at + i);
+    }
 
     /// redo(i) for each of them.
     template <class Redo>
     void Each(const Redo& redo) const noexcept {
         for (uint64_t left = pixels_; left != 0; left &= left - 1) redo(__builtin_ctzll(left));
     }
-    bool Any() const noexcept { return pixels_ != 0; }
 
 private:
     uint64_t pixels_ = 0;

@@ -6,6 +6,8 @@
 namespace zv {
 inline namespace ZV_ISA {
 
+typedef float Four __attribute__((vector_size(16)));
+
 #if ZV_X86
 
 /// Low halves of the 128-bit parts of two vectors, interleaved; and high ones.
@@ -29,8 +31,7 @@ inline Ints WeaveHigh(Ints a, Ints b) noexcept {
 }
 
 /// Four, 16 bytes each, of every fourth group.
-template <class Quad>
-Ints Joined(const Quad* quads) noexcept {
+inline Ints Joined(const Four* quads) noexcept {
     const auto part = [&](int32_t i) { return reinterpret_cast<__m128i>(quads[i]); };
 #    if ZV_ISA_LEVEL == 2
     __m512i all = _mm512_castsi128_si512(part(0));
@@ -48,14 +49,12 @@ Ints Joined(const Quad* quads) noexcept {
 
 /// sums[k] of kLanes pixels: tables[0][a][k] + tables[1][b][k] + tables[2][c][k] for k from 0 to 2. One load fetches
 /// all that a byte adds. A call of its own would cost as much again: no vector outlives it.
-template <class Number>
-[[gnu::always_inline]] inline void SumQuads(const Number (&tables)[3][256][4], const uint8_t* a, const uint8_t* b,
+[[gnu::always_inline]] inline void SumQuads(const float (&tables)[3][256][4], const uint8_t* a, const uint8_t* b,
                                             const uint8_t* c, Ints (&sums)[3]) noexcept {
-    typedef Number Quad __attribute__((vector_size(16)));
-    Quad quads[kLanes];
+    Four quads[kLanes];
     for (int32_t i = 0; i < kLanes; ++i) {
         quads[i] =
-            (LoadLanes<Quad>(tables[0][a[i]]) + LoadLanes<Quad>(tables[1][b[i]])) + LoadLanes<Quad>(tables[2][c[i]]);
+            (LoadLanes<Four>(tables[0][a[i]]) + LoadLanes<Four>(tables[1][b[i]])) + LoadLanes<Four>(tables[2][c[i]]);
     }
 #if ZV_X86
     const Ints q0 = Joined(quads), q1 = Joined(quads + 1), q2 = Joined(quads + 2), q3 = Joined(quads + 3);
@@ -65,24 +64,11 @@ template <class Number>
     sums[2] = WeaveLow(WeaveHigh(q0, q2), WeaveHigh(q1, q3));
 #else
     for (int32_t k = 0; k < 3; ++k) {
-        Number lanes[kLanes];
+        float lanes[kLanes];
         for (int32_t i = 0; i < kLanes; ++i) lanes[i] = quads[i][k];
         sums[k] = LoadLanes<Ints>(lanes);
     }
 #endif
-}
-
-/// found[i] = table[places[i] - kFirst] for kLanes pixels.
-template <int32_t kFirst>
-[[gnu::always_inline]] inline void LookUp(const uint32_t* table, const int32_t* places, uint32_t* found) noexcept {
-#pragma GCC unroll 8
-    for (int32_t i = 0; i < kLanes; i += 2) {
-        // Places in pairs: a load costs more than a shift.
-        auto pair = LoadLanes<uint64_t>(places + i);
-        asm("" : "+r"(pair));  // keeps compilers from gathering
-        found[i] = table[static_cast<int64_t>(pair & UINT32_MAX) - kFirst];
-        found[i + 1] = table[static_cast<int64_t>(pair >> 32) - kFirst];
-    }
 }
 
 }  // namespace ZV_ISA

@@ -78,5 +78,5 @@ ZV_ISA_TABLE(ClrHubRows, XyzRows)
 /// With LabTables both ways.
 ZV_ISA_TABLE(ClrHubRows, LabRows)
 ZV_ISA_TABLE(EmulationRowTable, EmulationRows)
-/// With a ClrLabEncodeRecord from the hub, a LabDecodeContext to it.
+/// With a LabEncodeContext from the hub, a LabDecodeContext to it.
 ZV_ISA_TABLE(ClrHubRows, LabRecordRows)

@@ -18,7 +18,7 @@ inline namespace ZV_ISA {
 /// Bytes of a vector, and how many of them one shuffle can take a byte from.
 inline constexpr size_t kShuffled = 4 * kLanes;
 inline constexpr size_t kReach = ZV_ISA_LEVEL == 2 ? 64 : 16;
-typedef uint8_t Bytes __attribute__((vector_size(kShuffled)));
+static_assert(sizeof(Bytes) == kShuffled);
 
 // ShuffleRun puts a run's bytes in another order: lane i of vector V takes Places<kChannels, V>::At(i). Where a shuffle
 // reaches half a vector, each half is a run of its own.
@@ -113,6 +113,8 @@ void ShuffleRun(Bytes (&run)[kChannels]) noexcept {
 
 #endif
 
+#if ZV_ISA_LEVEL < 2 && ZV_X86
+
 /// In vector kVector of a run, the bytes of channel kChannel of three.
 template <size_t kVector, size_t kChannel>
 constexpr auto kChannelMask = [] {
@@ -120,8 +122,6 @@ constexpr auto kChannelMask = [] {
     for (size_t i = 0; i < kShuffled; ++i) mask[i] = (kVector * kReach + i % kReach) % 3 == kChannel ? 255 : 0;
     return mask;
 }();
-
-#if ZV_ISA_LEVEL < 2 && ZV_X86
 
 #    if ZV_ISA_LEVEL == 0
 inline Bytes LowInterleaved(Bytes a, Bytes b) noexcept {

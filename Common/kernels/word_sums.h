@@ -166,8 +166,8 @@ void DoAgain(uint64_t marked, const Bytes (&in)[3], Bytes (&out)[3], const Again
             last = pixel;
             done = again(pixel);
         }
-        const auto here = reinterpret_cast<Bytes>(numbers == static_cast<uint8_t>(i));
-        for (size_t c = 0; c < 3; ++c) out[c] = (here & done[c]) | (~here & out[c]);
+        const auto here = numbers == static_cast<uint8_t>(i);
+        for (size_t c = 0; c < 3; ++c) out[c] = Select(here, Bytes{} + done[c], out[c]);
     }
 }
 

@@ -12,9 +12,7 @@ namespace {
 
 UnsignedWords Unsigned(Words lanes) noexcept { return reinterpret_cast<UnsignedWords>(lanes); }
 Words Signed(UnsignedWords lanes) noexcept { return reinterpret_cast<Words>(lanes); }
-Words Selected(Words mask, Words yes, Words no) noexcept { return (mask & yes) | (~mask & no); }
 
-Bytes Chosen(Bytes mask, Bytes yes, Bytes no) noexcept { return (mask & yes) | (~mask & no); }
 template <class Lanes>
 Bytes Mask(Lanes comparison) noexcept {
     return reinterpret_cast<Bytes>(comparison);
@@ -34,8 +32,8 @@ struct Sorted {
           chroma(most - least),
           isRed(Mask(r == most)),
           isGreen(Mask(g == most)) {
-        const Bytes next = Chosen(isRed, g, Chosen(isGreen, b, r));
-        const Bytes last = Chosen(isRed, b, Chosen(isGreen, r, g));
+        const Bytes next = Select(isRed, g, Select(isGreen, b, r));
+        const Bytes last = Select(isRed, b, Select(isGreen, r, g));
         middle = Greatest(next, last);
         isBack = Mask(middle != next);
     }
@@ -43,14 +41,33 @@ struct Sorted {
     /// The bytes of hues `turn` away from red, green and blue, which stand at 0 or 255, 85 and 170.
     Bytes Hues(Bytes turn) const noexcept {
         const Bytes red = isBack & Mask(turn != 0);
-        const Bytes start = Chosen(isRed, red, Chosen(isGreen, Bytes{} + 85, Bytes{} + 170));
+        const Bytes start = Select(isRed, red, Select(isGreen, Bytes{} + 85, Bytes{} + 170));
         return start + ((turn ^ isBack) - isBack);
     }
 };
 
+/// A vector of bytes as four of single precision, and work(a, b) of two of them, cut to integers, as bytes again.
+struct FloatQuarters {
+    Floats quarters[4];
+
+    explicit FloatQuarters(Bytes b) noexcept {
+        const WordPair words = WordsOf(b);
+        const WordPair low = Turns(words.low, Words{}), high = Turns(words.high, Words{});
+        quarters[0] = ToFloat(reinterpret_cast<Ints>(low.low));
+        quarters[1] = ToFloat(reinterpret_cast<Ints>(low.high));
+        quarters[2] = ToFloat(reinterpret_cast<Ints>(high.low));
+        quarters[3] = ToFloat(reinterpret_cast<Ints>(high.high));
+    }
+};
+template <class Work>
+Bytes CutBytes(const FloatQuarters& a, const FloatQuarters& b, const Work& work) noexcept {
+    const auto of = [&](size_t i) { return Truncate(work(a.quarters[i], b.quarters[i])); };
+    return BytesOf(WordsOf(of(0), of(1)), WordsOf(of(2), of(3)));
+}
+
 /// n * scale / d to the nearest integer, halves up, where that is at most 255.
 Bytes Rounded(const FloatQuarters& n, float scale, const FloatQuarters& d) noexcept {
-    return BytesOf(n, d, [&](Floats a, Floats b) { return (a * scale + b * 0.5F) / b; });
+    return CutBytes(n, d, [&](Floats a, Floats b) { return (a * scale + b * 0.5F) / b; });
 }
 
 struct HsvRows {
@@ -81,7 +98,7 @@ struct HsvRows {
             const Words blue = Share(Magnitude(hue - 240) - 60);
             const Words whole = Signed(Quotient<255, 255 * 255>(sv));
             const Words part = Signed(SixtiethsOf255(sv, Unsigned(red + green + blue - 60)));
-            const auto channel = [&](Words share) { return in[2] - (Selected(share > 59, whole, part) & (share > 0)); };
+            const auto channel = [&](Words share) { return in[2] - (Select(share > 59, whole, part) & (share > 0)); };
             rgb[0] = channel(red);
             rgb[1] = channel(green);
             rgb[2] = channel(blue);
@@ -129,9 +146,9 @@ struct HlsRows {
         MapWords(hls, out, [](const Words(&in)[3], Words(&rgb)[3]) {
             const Words &h = in[0], &l = in[1], &s = in[2];
             const Words product = Signed(Quotient<255, 255 * 255 + 127>(Unsigned(s) * Unsigned(l) + 127));
-            const Words spread = Selected(l < 128, product, s - product);  // up to 127
+            const Words spread = Select(l < 128, product, s - product);  // up to 127
             const auto channel = [&](Words hue) {
-                const Words ramp = Selected(hue < 127, Least(hue, Words{} + 42), Greatest(170 - hue, Words{}));
+                const Words ramp = Select(hue < 127, Least(hue, Words{} + 42), Greatest(170 - hue, Words{}));
                 const auto climb = Quotient<42, 2 * 127 * 43 + 21>(Unsigned(spread + spread) * Unsigned(ramp) + 21);
                 return (l - spread + Signed(climb)) & 255;
             };
@@ -146,11 +163,11 @@ struct HlsRows {
         for (; x <= width - kBlock; x += kBlock) {
             Planes<3> planes;
             Deal(row + ptrdiff_t{x} * kPixelBytes, planes);
-            ByteLanes errors = {};
+            Bytes errors = {};
             for (size_t at = 0; at < kBlock; at += sizeof errors) {
-                const auto hue = LoadLanes<ByteLanes>(planes[0].bytes + at);
-                const auto saturation = LoadLanes<ByteLanes>(planes[2].bytes + at);
-                errors |= reinterpret_cast<ByteLanes>((saturation == 0) & (hue != 0));
+                const auto hue = LoadLanes<Bytes>(planes[0].bytes + at);
+                const auto saturation = LoadLanes<Bytes>(planes[2].bytes + at);
+                errors |= reinterpret_cast<Bytes>((saturation == 0) & (hue != 0));
             }
             if (LanesThatAreSet(reinterpret_cast<Ints>(errors)) != 0) break;
         }
@@ -188,9 +205,7 @@ public:
             StoreBytes(out[2].At(at), (255 - beside + isBelow) & (intensity != 0.0F));
         }
         for (int32_t i = 0; i < kBlock; ++i) {
-            uint32_t hue = hues_[places[i]];
-            asm("" : "+r"(hue));  // byte by byte costs less than a vector put together from bytes
-            out[1][i] = static_cast<uint8_t>(hue);
+            out[1][i] = static_cast<uint8_t>(KeptScalar(uint32_t{hues_[places[i]]}));
         }
     }
 

@@ -5,30 +5,6 @@ inline namespace ZV_ISA {
 
 namespace {
 
-/// Pixels of a block whose numbers the encoding does not hold.
-class OutsidePixels {
-public:
-    /// Lanes from pixel `at` on are 0 or -1.
-    void Add(int32_t at, Words outside) noexcept {
-        if (AnyIsSet(outside)) {
-            for (int32_t i = 0; i < kWords; ++i) pixels_ |= (outside[i] != 0 ? uint64_t{1} : 0) << (at + i);
-        }
-    }
-    template <class Redo>
-    void Each(const Redo& redo) const noexcept {
-        for (uint64_t left = pixels_; left != 0; left &= left - 1) redo(__builtin_ctzll(left));
-    }
-
-private:
-    uint64_t pixels_ = 0;
-};
-
-/// Keeps compilers from making vectors of what is cheaper one by one.
-uint64_t Fixed(uint64_t value) noexcept {
-    asm("" : "+r"(value));
-    return value;
-}
-
 /// The kLabSumBits from kFrom on.
 template <int32_t kFrom>
 uint64_t Place(uint64_t sum) noexcept {
@@ -51,14 +27,14 @@ struct RootBlock {
         const uint64_t* const middle = lanes.xyz[1];
         const uint64_t* const last = lanes.xyz[kRgbFirst ? 2 : 0];
         const auto sumOf = [&](const uint8_t* pixel) {
-            return Fixed((first[pixel[0]] + middle[pixel[1]]) + last[pixel[2]]);
+            return KeptScalar((first[pixel[0]] + middle[pixel[1]]) + last[pixel[2]]);
         };
         const auto rootOf = [&](uint64_t place) { return uint32_t{static_cast<uint16_t>(table.of[place])}; };
         for (int32_t i = start; i < start + kWords; i += 2) {
             const uint64_t a = sumOf(from + 3 * i), b = sumOf(from + 3 * (i + 1));
             // Pixels in pairs: a store costs more than a shift.
             const auto put = [&](size_t c, uint64_t placeA, uint64_t placeB) {
-                StoreLanes(roots[c] + i, static_cast<uint32_t>(Fixed(rootOf(placeA) | rootOf(placeB) << 16)));
+                StoreLanes(roots[c] + i, static_cast<uint32_t>(KeptScalar(rootOf(placeA) | rootOf(placeB) << 16)));
             };
             put(0, Place<0>(a), Place<0>(b));
             put(1, Place<kLabSumBits>(a), Place<kLabSumBits>(b));
@@ -73,7 +49,7 @@ void EncodeBlock(const LabEncodeContext& context, const uint8_t* from, Planes<3>
     const ClrLabEncodeRecord::Lanes& lanes = record.lanes;
     RootBlock block;
     block.LookUp<kRgbFirst>(lanes, context.roots, from, 0);
-    OutsidePixels outside;
+    ClosePixels outside;
     for (int32_t at = 0; at < kBlock; at += kWords) {
         // The next ones are looked up beside the work on these: processors have units for both.
         if (at + kWords < kBlock) block.LookUp<kRgbFirst>(lanes, context.roots, from, at + kWords);

@@ -18,10 +18,10 @@ void EachBytes(const Work& work) noexcept {
     for (size_t at = 0; at < kBlock; at += kBytes) work(at);
 }
 
-ByteLanes BytesAt(const Plane& plane, size_t at) noexcept { return LoadLanes<ByteLanes>(plane.bytes + at); }
+Bytes BytesAt(const Plane& plane, size_t at) noexcept { return LoadLanes<Bytes>(plane.bytes + at); }
 
-ByteLanes LeastOf(ByteLanes a, ByteLanes b, ByteLanes c) noexcept { return Least(a, Least(b, c)); }
-ByteLanes GreatestOf(ByteLanes a, ByteLanes b, ByteLanes c) noexcept { return Greatest(a, Greatest(b, c)); }
+Bytes LeastOf(Bytes a, Bytes b, Bytes c) noexcept { return Least(a, Least(b, c)); }
+Bytes GreatestOf(Bytes a, Bytes b, Bytes c) noexcept { return Greatest(a, Greatest(b, c)); }
 
 /// ClrGcrSquares without its table: 256 / 255^2 at 23 fractional bits.
 struct GcrSquare {
@@ -48,9 +48,9 @@ public:
     template <class Hub>
     void Encode(const Hub& in, Planes<4>& out) const noexcept {
         Plane common, greyness;
-        EachBytes<sizeof(ByteLanes)>([&](size_t at) {
-            const ByteLanes c = ~BytesAt(in.r, at), m = ~BytesAt(in.g, at), y = ~BytesAt(in.b, at);
-            const ByteLanes n = LeastOf(c, m, y);
+        EachBytes<sizeof(Bytes)>([&](size_t at) {
+            const Bytes c = ~BytesAt(in.r, at), m = ~BytesAt(in.g, at), y = ~BytesAt(in.b, at);
+            const Bytes n = LeastOf(c, m, y);
             StoreLanes(out[0].bytes + at, c);
             StoreLanes(out[1].bytes + at, m);
             StoreLanes(out[2].bytes + at, y);
@@ -68,8 +68,8 @@ public:
             const DoublePair grey = ToDoubles(LoadBytes(greyness.At(at)));
             StoreLowBytes(common.At(at), Truncate({InkOf(n.first, grey.first), InkOf(n.second, grey.second)}));
         }
-        EachBytes<sizeof(ByteLanes)>([&](size_t at) {
-            const ByteLanes ink = BytesAt(common, at);
+        EachBytes<sizeof(Bytes)>([&](size_t at) {
+            const Bytes ink = BytesAt(common, at);
             for (size_t c = 0; c < 3; ++c) StoreLanes(out[c].bytes + at, BytesAt(out[c], at) - ink);
         });
     }
@@ -81,15 +81,15 @@ public:
     void Decode(const Planes<4>& in, const Hub& out) const noexcept {
         Plane* const planes[3] = {&out.r, &out.g, &out.b};
         if (scale_ == 0) {
-            EachBytes<sizeof(ByteLanes)>([&](size_t at) {
+            EachBytes<sizeof(Bytes)>([&](size_t at) {
                 for (size_t c = 0; c < 3; ++c) StoreLanes(planes[c]->bytes + at, ~BytesAt(in[c], at));
             });
             return;
         }
         Plane room, greyness;
-        EachBytes<sizeof(ByteLanes)>([&](size_t at) {
-            const ByteLanes c = BytesAt(in[0], at), m = BytesAt(in[1], at), y = BytesAt(in[2], at);
-            const ByteLanes x = GreatestOf(c, m, y);
+        EachBytes<sizeof(Bytes)>([&](size_t at) {
+            const Bytes c = BytesAt(in[0], at), m = BytesAt(in[1], at), y = BytesAt(in[2], at);
+            const Bytes x = GreatestOf(c, m, y);
             StoreLanes(room.bytes + at, ~x);
             StoreLanes(greyness.bytes + at, ~(x - LeastOf(c, m, y)));
         });
@@ -100,8 +100,8 @@ public:
             const Words taken = Least(weighed, Words{} + enough_) * scale_;
             StoreWordBytes(room.At(at), Least(taken, LoadByteWords(room.At(at))));
         }
-        EachBytes<sizeof(ByteLanes)>([&](size_t at) {
-            const ByteLanes left = ~BytesAt(room, at);
+        EachBytes<sizeof(Bytes)>([&](size_t at) {
+            const Bytes left = ~BytesAt(room, at);
             for (size_t c = 0; c < 3; ++c) StoreLanes(planes[c]->bytes + at, left - BytesAt(in[c], at));
         });
     }

@@ -85,13 +85,13 @@ void ToRgb(const Planes<3>& yuv, uint8_t* pixels) noexcept {
 // --- Chroma of neighbours -------------------------------------------------------------------------------------------
 
 /// The two bytes of each lane added.
-UnsignedWords SumsOfTwo(Bytes bytes) noexcept {
+UnsignedWords SumsOfPairs(Bytes bytes) noexcept {
     const auto pairs = reinterpret_cast<UnsignedWords>(bytes);
     return (pairs & 255) + (pairs >> 8);
 }
 /// The four bytes of each lane added.
 Ints SumsOfFour(Bytes bytes) noexcept {
-    const auto pairs = reinterpret_cast<Ints>(SumsOfTwo(bytes));
+    const auto pairs = reinterpret_cast<Ints>(SumsOfPairs(bytes));
     return (pairs & 0xFFFF) + (pairs >> 16);
 }
 
@@ -103,7 +103,7 @@ struct PairRows {
             Bytes yuv[3];
             FromRgb<kRgbFirst>(in, yuv);
             out[kLuma] = yuv[0];
-            const UnsignedWords u = SumsOfTwo(yuv[1]) >> 1, v = SumsOfTwo(yuv[2]) >> 1;
+            const UnsignedWords u = SumsOfPairs(yuv[1]) >> 1, v = SumsOfPairs(yuv[2]) >> 1;
             out[1 - kLuma] = reinterpret_cast<Bytes>(u | v << 8);
             WeaveRun(out);
         });
@@ -124,7 +124,7 @@ constexpr ClrHubRows kPairRows = {{PairRows<kLuma, false>::FromHub, PairRows<kLu
                                   {PairRows<kLuma, false>::ToHub, PairRows<kLuma, true>::ToHub}};
 
 // Groups of eight: chroma and luma by turns, then four of luma alone. A run is worked on as two vectors of luma and
-/// one of chroma, U and V by turns.
+// one of chroma, U and V by turns.
 
 #if ZV_ISA_LEVEL == 0 && ZV_X86
 // Four bytes at a time, of which each group has three.

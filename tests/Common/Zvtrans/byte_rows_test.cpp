@@ -12,7 +12,7 @@ TEST(ByteGrids, EqualTheWordsForEveryFormatSizeAndKindOfNode) {
     const HostScope host;
     for (const uint32_t from : kFormats) {
         for (const uint32_t to : kFormats) {
-            for (const uint32_t points : {2U, 3U, 9U, 16U, 17U}) {
+            for (const uint32_t points : {2U, 3U, 8U, 9U, 16U, 17U}) {
                 for (const Nodes nodes : kAllNodes) {
                     SCOPED_TRACE(std::to_string(from) + " to " + std::to_string(to) + ", " + std::to_string(points));
                     GridTransform grid(points, from, to, nodes, points);
@@ -25,7 +25,7 @@ TEST(ByteGrids, EqualTheWordsForEveryFormatSizeAndKindOfNode) {
 
 TEST(ByteGrids, EqualTheWordsInTheLargerGrids) {
     const HostScope host;
-    for (const uint32_t points : {33U, 51U, 64U}) {
+    for (const uint32_t points : {32U, 33U, 48U, 51U, 64U}) {
         for (const Nodes nodes : kAllNodes) {
             GridTransform grid(points, CMMFORMAT_BGR_8, CMMFORMAT_CMYK_8, nodes, points);
             ExpectBytesLikeWords(grid.Get(), PixelsOf(CMMFORMAT_BGR_8, 20000, points));

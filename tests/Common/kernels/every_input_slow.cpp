@@ -4,9 +4,12 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
+#include "Common/kernels/kernels.h"
+#include "Common/kernels/lab_records.h"
 #include "tests/Common/kernels/kernel_hashes.h"
 #include "tests/support/instruction_sets.h"
 #include "tests/support/kernel_cases.h"
@@ -84,6 +87,34 @@ INSTANTIATE_TEST_SUITE_P(Kernels, EveryInput, testing::ValuesIn(KernelCases()),
                          [](const auto& test) { return KernelCaseName(test.param); });
 
 TEST(EveryInputHashes, NameEachKernelOnce) { ExpectNames(kEveryInputHashes); }
+
+// --- Records --------------------------------------------------------------------------------------------------------
+
+/// The record that a change of a live converter makes.
+TEST(EveryInputOfAChange, LabToHubEqualsDefinition) {
+    const auto record = std::make_unique<ClrLabDecodeRecord>();
+    SetLabRecord(*record, kLabChangeSetup, kLabChangeEncoding);
+    ClrBuildLabDecode(record.get(), kLabGammaPercent);
+    ASSERT_TRUE(record->lanes.usable);
+    constexpr int32_t kSide = 256;
+    std::vector<uint8_t> source(size_t{3} * kSide * kSide), wanted(source.size()), got(source.size());
+    for (int32_t l = 0; l < 256; ++l) {
+        for (int32_t i = 0; i < kSide * kSide; ++i) {
+            const Pixel<3> pixel = {static_cast<uint8_t>(l), static_cast<uint8_t>(i / kSide),
+                                    static_cast<uint8_t>(i % kSide)};
+            const Rgb rgb = LabToRgb(*record, pixel);
+            std::copy(pixel.begin(), pixel.end(), source.begin() + 3 * ptrdiff_t{i});
+            wanted[3 * static_cast<size_t>(i)] = rgb.r;
+            wanted[3 * static_cast<size_t>(i) + 1] = rgb.g;
+            wanted[3 * static_cast<size_t>(i) + 2] = rgb.b;
+        }
+        for (const ClrIsa isa : InstructionSets()) {
+            const UseIsa use(isa);
+            ASSERT_EQ(CLR_SUCCESS, ClrLabParamsToHub(record.get(), source.data(), got.data(), kSide, kSide, 0, 0, 1));
+            ASSERT_EQ(wanted, got) << testing::PrintToString(isa) << ", L " << l;
+        }
+    }
+}
 
 // --- Four bytes -----------------------------------------------------------------------------------------------------
 
