@@ -1,11 +1,13 @@
 // What a call costs beside its pixels: 64 of them in one row, and the making of a converter.
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <array>
 #include <string>
 #include <vector>
 
 #include "Common/kernels/kernels.h"
+#include "bench/picture.h"
 #include "zvclr.h"
 #include "zvspaces.h"
 
@@ -27,6 +29,21 @@ Shape ShapeOf(int32_t space) {
     return {kRowPixels, 1};
 }
 
+constexpr size_t kRowBytes = size_t{4} * kRowPixels;
+
+/// From the middle of the photograph, in a space.
+std::array<uint8_t, kRowBytes> PartOfPhotograph(int32_t space, Shape shape) {
+    const std::vector<uint8_t>& photograph = Photograph();
+    std::array<uint8_t, kRowBytes> hub{}, pixels{};
+    for (int32_t y = 0; y < shape.height; ++y) {
+        const ptrdiff_t first = ptrdiff_t{3} * ((kHeight / 2 + y) * kWidth + kWidth / 2);
+        std::copy_n(photograph.begin() + first, 3 * shape.width, hub.begin() + ptrdiff_t{3} * shape.width * y);
+    }
+    if (space == CLRSPACE_RGB) return hub;
+    Zv_ClrConvertDirect(CLRSPACE_RGB, space, hub.data(), pixels.data(), shape.width, shape.height, 0, 0);
+    return pixels;
+}
+
 /// 64 pixels through a converter while so many others live.
 void OneRow(benchmark::State& state, int32_t from, int32_t to, uint32_t method) {
     std::vector<ClrHandle*> others(static_cast<size_t>(state.range(0)));
@@ -37,8 +54,8 @@ void OneRow(benchmark::State& state, int32_t from, int32_t to, uint32_t method) 
     ClrHandle* converter = nullptr;
     if (Zv_ClrInit(&converter, from, to, &params) == CLR_SUCCESS) {
         const Shape shape = ShapeOf(from == CLRSPACE_RGB ? to : from);
-        std::array<uint8_t, kRowPixels * 4> in{}, out{};
-        for (size_t i = 0; i < in.size(); ++i) in[i] = static_cast<uint8_t>(i * 5 + 40);
+        const std::array<uint8_t, kRowBytes> in = PartOfPhotograph(from, shape);
+        std::array<uint8_t, kRowBytes> out{};
         for (auto _ : state) {
             benchmark::DoNotOptimize(Zv_ClrConvert(converter, in.data(), out.data(), shape.width, shape.height, 0, 0));
             benchmark::ClobberMemory();
